@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Installs everything that building, running and testing xvtui needs on Debian 12,
+# and generates the Russian locales the dialogs switch on.
+set -euo pipefail
+
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update
+$SUDO apt-get install -y --no-install-recommends \
+    g++ cmake make pkg-config \
+    libgtk2.0-dev libx11-dev libxtst-dev \
+    libgtest-dev googletest \
+    xvfb xauth x11-utils fonts-dejavu-core \
+    locales libc-bin ca-certificates
+
+# The Russian texts are chosen by the message locale; a locale that is not
+# generated silently falls back to C.
+for loc in "ru_RU.UTF-8 UTF-8" "ru_RU.CP1251 CP1251" "en_US.UTF-8 UTF-8"; do
+    if ! grep -qx "$loc" /etc/locale.gen 2>/dev/null; then
+        if grep -qx "# $loc" /etc/locale.gen 2>/dev/null; then
+            $SUDO sed -i "s/^# $loc\$/$loc/" /etc/locale.gen
+        else
+            echo "$loc" | $SUDO tee -a /etc/locale.gen >/dev/null
+        fi
+    fi
+done
+$SUDO locale-gen
