@@ -1,0 +1,3 @@
+target_sources(xvtui_core PRIVATE
+    ${CMAKE_CURRENT_LIST_DIR}/SecureMemory.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/SecureEntryBuffer.cpp)
