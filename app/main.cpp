@@ -1,10 +1,13 @@
+#include <csignal>
 #include <cstdio>
 
-int main(int argc, char**)
+#include "app/Entry.h"
+
+int main(int argc, char** argv)
 {
-    if (argc < 2) {
-        std::fputs("You should not try run this manualy\n", stdout);
-        return 1;
-    }
-    return 1;
+    // The answer goes into the provider's pipe; if the provider is gone, the
+    // write fails with EPIPE instead of killing the helper, which then exits
+    // with its result code as usual.
+    std::signal(SIGPIPE, SIG_IGN);
+    return RunEntry(argc, argv, stdout);
 }

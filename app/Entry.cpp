@@ -1,0 +1,74 @@
+#include "app/Entry.h"
+
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <string>
+
+#include "app/DialogFactory.h"
+#include "app/xvtui_exception.h"
+#include "base/BaseDialog.h"
+#include "support/torvik.h"
+
+namespace {
+
+constexpr unsigned long kErrorLevel = 1;
+
+void LogError(const TSupportPrint* log, const char* text, int line)
+{
+    if (log != nullptr && support_print_is(log, kErrorLevel))
+        support_elprint_print_(log, "%s", "", line, "main", text);
+}
+
+} // namespace
+
+int RunEntry(int argc, char** argv, std::FILE* out)
+{
+    TSupportPrint* log = support_print_init(nullptr, "xvtui", 0, 127);
+    if (argc < 2 || argv == nullptr || argv[1] == nullptr) {
+        // Not started by the provider; the log stays open on purpose.
+        std::fputs("You should not try run this manualy\n", out);
+        std::fflush(out);
+        return 1;
+    }
+
+    std::unique_ptr<BaseDialog> dialog;
+    std::uint32_t result = ResultCode::Failed;
+    try {
+        dialog = DialogFactory::CreateDialog(std::string(argv[1]), argc, argv);
+        result = dialog->ShowDialog();
+    } catch (const xvtui_exception& error) {
+        LogError(log, error.what(), __LINE__);
+        result = error.GetCode();
+    } catch (const std::exception& error) {
+        LogError(log, error.what(), __LINE__);
+        result = ResultCode::ForeignException;
+    } catch (...) {
+        LogError(log, "unknown exception", __LINE__);
+        result = ResultCode::ForeignException;
+    }
+    // Success needs a dialog to answer; an error before one existed cannot be one.
+    if (result == ResultCode::Success && dialog == nullptr)
+        result = ResultCode::Failed;
+
+    if (result == ResultCode::Success) {
+        try {
+            dialog->PrintResultToPipe();
+        } catch (const xvtui_exception& error) {
+            LogError(log, error.what(), __LINE__);
+            result = error.GetCode() != ResultCode::Success ? error.GetCode() : ResultCode::Failed;
+        } catch (const std::exception& error) {
+            LogError(log, error.what(), __LINE__);
+            result = ResultCode::ForeignException;
+        }
+    }
+    if (result != ResultCode::Success) {
+        std::fprintf(out, "ret=%u", static_cast<unsigned>(result));
+    }
+    // A reader that is gone makes this fail (SIGPIPE is ignored); the status stays.
+    std::fflush(out);
+    std::fflush(stdout);
+    support_print_done(log);
+    dialog.reset();
+    return static_cast<int>(result);
+}

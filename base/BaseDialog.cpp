@@ -1,0 +1,292 @@
+#include "base/BaseDialog.h"
+
+#include <climits>
+#include <cstdlib>
+
+#include <poll.h>
+#include <unistd.h>
+
+#include "app/xvtui_exception.h"
+#include "base/Callback.h"
+#include "base/Countdown.h"
+#include "base/GetTimeout.h"
+#include "l10n/Cp1251.h"
+
+LocalizedText BaseDialog::m_okTerm{"OK", CP1251_TEXT("ОК")};
+LocalizedText BaseDialog::m_cancelTerm{"Cancel", CP1251_TEXT("Отмена")};
+LocalizedText BaseDialog::m_titleTerm{"Veltro CSP", CP1251_TEXT("Вельтро CSP")};
+const std::string BaseDialog::m_warningColor = "brown";
+const std::string BaseDialog::m_inactiveColor = "grey";
+unsigned BaseDialog::m_windowWidth = 410;
+const unsigned BaseDialog::m_windowHeight = 470;
+
+namespace {
+
+constexpr unsigned kMessageDialogKind = 4;
+constexpr guint kTimerIntervalMs = 1000;
+constexpr gint kButtonWidth = 90;
+constexpr gint kButtonHeight = 28;
+constexpr guint kWindowBorder = 15;
+// The wrapped label is narrower than the window by the borders around it.
+constexpr unsigned kLabelMargin = 30;
+
+gboolean cbOnTimer(gpointer data)
+{
+    return callback::Forward<BaseDialog>("cbOnTimer", data, &BaseDialog::OnTimer);
+}
+
+void cbOnCancelClicked(GtkWidget*, gpointer data)
+{
+    callback::Forward<BaseDialog>("cbOnCancelClicked", data, &BaseDialog::OnCancelClicked);
+}
+
+gboolean cbOnDelete(GtkWidget*, GdkEvent* event, gpointer data)
+{
+    return callback::ForwardEvent<BaseDialog>("cbOnDelete", data, event,
+                                              [](BaseDialog& dialog, GdkEvent&) { return dialog.OnDelete(); });
+}
+
+void cbOnDestroy(GtkWidget*, gpointer data)
+{
+    callback::Forward<BaseDialog>("cbOnDestroy", data, &BaseDialog::OnDestroy);
+}
+
+void QuitMainLoop()
+{
+    // Outside gtk_main (a dialog ended before it was shown) there is nothing to quit.
+    if (gtk_main_level() > 0)
+        gtk_main_quit();
+}
+
+} // namespace
+
+BaseDialog::BaseDialog(unsigned dialogKind, const std::string& timeKey, const std::string& showTimeKey,
+                       const std::string& resumeTimeKey)
+    : m_result(ResultCode::Failed)
+{
+    m_timeLeft = GetTimeout(timeKey, 600);
+    m_showTime = GetTimeout(showTimeKey, 60);
+    m_resumeTime = GetTimeout(resumeTimeKey, 0);
+    m_timerId = 0;
+    m_localizer = std::make_unique<CSPLocalizer>();
+    if (dialogKind == kMessageDialogKind) {
+        m_localizer->Localize(m_titleTerm);
+        CreateMainWindow();
+    } else {
+        TermsInit();
+        GtkInit();
+    }
+}
+
+BaseDialog::~BaseDialog()
+{
+    StopTimer();
+    if (m_window != nullptr) {
+        // The dialog is going away: its handlers must not run during the destruction.
+        g_signal_handlers_disconnect_matched(m_window, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+        GtkWidget* window = m_window;
+        m_window = nullptr;
+        gtk_widget_destroy(window);
+    }
+    if (m_buttonAlignment != nullptr) {
+        // Held by our own reference, whether or not a dialog packed it.
+        gtk_widget_destroy(m_buttonAlignment);
+        g_object_unref(m_buttonAlignment);
+        m_buttonAlignment = nullptr;
+    }
+}
+
+void BaseDialog::TermsInit()
+{
+    m_localizer->Localize(m_okTerm);
+    m_localizer->Localize(m_cancelTerm);
+    m_localizer->Localize(m_titleTerm);
+}
+
+void BaseDialog::CreateMainWindow()
+{
+    // The process's own arguments are the provider's request, never GTK options.
+    int argc = 0;
+    char** argv = nullptr;
+    if (!gtk_init_check(&argc, &argv)) {
+        m_localizer.reset();
+        throw xvtui_exception(ResultCode::GtkInitFailed, "CreateMainWindow", "gtk_init_check failed");
+    }
+    m_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+    gtk_widget_set_name(m_window, "xvtui-window");
+    gtk_widget_set_size_request(m_window, static_cast<gint>(m_windowWidth), static_cast<gint>(m_windowHeight));
+    gtk_window_set_position(GTK_WINDOW(m_window), GTK_WIN_POS_CENTER_ALWAYS);
+    g_signal_connect(m_window, "delete-event", G_CALLBACK(cbOnDelete), this);
+    g_signal_connect(m_window, "destroy", G_CALLBACK(cbOnDestroy), this);
+    gtk_container_set_border_width(GTK_CONTAINER(m_window), kWindowBorder);
+    gtk_window_set_title(GTK_WINDOW(m_window), m_titleTerm.c_str());
+}
+
+void BaseDialog::GtkInit()
+{
+    CreateMainWindow();
+
+    m_mainBox = gtk_vbox_new(FALSE, 0);
+    gtk_widget_set_name(m_mainBox, "xvtui-main-box");
+    gtk_container_add(GTK_CONTAINER(m_window), m_mainBox);
+
+    m_okButton = gtk_button_new_with_label(m_okTerm.c_str());
+    gtk_widget_set_name(m_okButton, "xvtui-ok");
+    gtk_widget_set_size_request(m_okButton, kButtonWidth, kButtonHeight);
+
+    m_cancelButton = gtk_button_new_with_label(m_cancelTerm.c_str());
+    gtk_widget_set_name(m_cancelButton, "xvtui-cancel");
+    gtk_widget_set_size_request(m_cancelButton, kButtonWidth, kButtonHeight);
+    g_signal_connect(m_cancelButton, "clicked", G_CALLBACK(cbOnCancelClicked), this);
+
+    GtkWidget* row = gtk_hbox_new(FALSE, 0);
+    gtk_box_pack_start(GTK_BOX(row), m_okButton, FALSE, FALSE, 10);
+    gtk_box_pack_start(GTK_BOX(row), m_cancelButton, FALSE, FALSE, 0);
+
+    m_buttonAlignment = gtk_alignment_new(1.0, 1.0, 0.0, 0.0);
+    g_object_ref_sink(m_buttonAlignment);
+    gtk_widget_set_name(m_buttonAlignment, "xvtui-buttons");
+    gtk_container_add(GTK_CONTAINER(m_buttonAlignment), row);
+
+    m_timerLabel = gtk_label_new("");
+    gtk_widget_set_name(m_timerLabel, "xvtui-timer");
+    gtk_misc_set_alignment(GTK_MISC(m_timerLabel), 1.0, 0.0);
+    gtk_box_pack_start(GTK_BOX(m_mainBox), m_timerLabel, FALSE, FALSE, 0);
+
+    m_timerId = g_timeout_add(kTimerIntervalMs, cbOnTimer, this);
+}
+
+std::uint32_t BaseDialog::ShowDialog()
+{
+    callback::RethrowParked();
+    if (m_window == nullptr)
+        return m_result; // ended before it was shown
+    gtk_widget_show_all(m_window);
+    if (m_okButton != nullptr) {
+        gtk_widget_set_can_default(m_okButton, TRUE);
+        gtk_widget_grab_default(m_okButton);
+    }
+    gtk_main();
+    callback::RethrowParked();
+    return m_result;
+}
+
+void BaseDialog::StopTimer()
+{
+    if (m_timerId != 0) {
+        g_source_remove(m_timerId);
+        m_timerId = 0;
+    }
+}
+
+void BaseDialog::TerminateDialog(int code)
+{
+    StopTimer();
+    if (m_window != nullptr)
+        gtk_widget_destroy(m_window); // OnDestroy forgets the window
+    QuitMainLoop();
+    m_result = static_cast<std::uint32_t>(code);
+}
+
+void BaseDialog::ResetTimeout()
+{
+    CountdownResume(m_timeLeft, m_resumeTime);
+}
+
+bool BaseDialog::OnTimer()
+{
+    if (CheckBrokenPipe()) {
+        TerminateDialog(static_cast<int>(ResultCode::Failed));
+        throw xvtui_exception(ResultCode::BrokenPipe, "OnTimer", "broken pipe");
+    }
+    const CountdownTick tick = CountdownStep(m_timeLeft, m_showTime);
+    if (tick.expired) {
+        StopTimer();
+        if (m_window != nullptr)
+            gtk_widget_destroy(m_window);
+        QuitMainLoop();
+        m_result = ResultCode::Cancelled;
+        return false;
+    }
+    if (m_timerLabel != nullptr)
+        gtk_label_set_text(GTK_LABEL(m_timerLabel), tick.label.c_str());
+    return true;
+}
+
+void BaseDialog::OnCancelClicked()
+{
+    TerminateDialog(static_cast<int>(ResultCode::Cancelled));
+}
+
+bool BaseDialog::OnDelete()
+{
+    StopTimer();
+    m_result = ResultCode::Cancelled;
+    return false; // GTK goes on to destroy the window
+}
+
+void BaseDialog::OnDestroy()
+{
+    StopTimer();
+    if (m_window != nullptr) {
+        GtkWidget* window = m_window;
+        // The children die with the window; forget them all.
+        m_window = nullptr;
+        m_mainBox = nullptr;
+        m_okButton = nullptr;
+        m_cancelButton = nullptr;
+        m_timerLabel = nullptr;
+        gtk_widget_destroy(window);
+    }
+    QuitMainLoop();
+}
+
+void BaseDialog::RedrawLabel(unsigned width, GtkWidget* label, std::string text)
+{
+    if (width == m_windowWidth)
+        return;
+    m_windowWidth = width;
+    if (label == nullptr || !GTK_IS_LABEL(label))
+        return;
+    // GTK takes a non-negative int; a window narrower than the margin gets 0.
+    const unsigned labelWidth = width > kLabelMargin ? width - kLabelMargin : 0;
+    gtk_widget_set_size_request(label, labelWidth > INT_MAX ? INT_MAX : static_cast<gint>(labelWidth), -1);
+    gtk_label_set_text(GTK_LABEL(label), text.c_str());
+}
+
+void BaseDialog::SetWidgetColor(GtkWidget* widget, const std::string& colorName, bool foreground)
+{
+    if (widget == nullptr)
+        return;
+    GdkColor color{};
+    gdk_color_parse(colorName.c_str(), &color); // an unknown name leaves black
+    if (foreground)
+        gtk_widget_modify_fg(widget, GTK_STATE_NORMAL, &color);
+    else
+        gtk_widget_modify_bg(widget, GTK_STATE_NORMAL, &color);
+}
+
+bool BaseDialog::StringToInt(const char* text, int& value)
+{
+    if (text == nullptr) {
+        value = -1;
+        return false;
+    }
+    char* end = nullptr;
+    const long number = std::strtol(text, &end, 10);
+    if (*end != '\0') {
+        value = -1;
+        return false;
+    }
+    value = static_cast<int>(number); // low 32 bits
+    return true;
+}
+
+bool BaseDialog::CheckBrokenPipe()
+{
+    // The parent seen at the first check; a re-parented helper has lost it.
+    static const pid_t parent = getppid();
+    pollfd output{STDOUT_FILENO, POLLERR, 0};
+    const bool pipeBroken = poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0;
+    return pipeBroken || getppid() != parent;
+}

@@ -1,0 +1,158 @@
+#include "dialogs/message/MessageDialog.h"
+
+#include <cstdio>
+
+#include "app/xvtui_exception.h"
+#include "base/Callback.h"
+#include "base/Countdown.h"
+
+namespace {
+
+constexpr unsigned kMessageDialogKind = 4;
+constexpr unsigned kDontShowLabelId = 2118;
+constexpr guint kShowDelayMs = 50;
+constexpr guint kTimerIntervalMs = 1000;
+
+void cbOnResponse(GtkDialog*, gint response, gpointer data)
+{
+    callback::Forward<MessageDialog>("cbOnResponse", data, [response](MessageDialog& dialog) {
+        dialog.OnResponse(static_cast<GtkResponseType>(response));
+    });
+}
+
+gboolean cbOnShowDialog(gpointer data)
+{
+    return callback::Forward<MessageDialog>("cbOnShowDialog", data, &MessageDialog::OnDialog);
+}
+
+gboolean cbTimerEvent(gpointer data)
+{
+    return callback::Forward<MessageDialog>("cbTimerEvent", data, &MessageDialog::OnTimer);
+}
+
+// GTK needs UTF-8; a malformed byte sequence is shown as U+FFFD rather than
+// cutting the text short. Valid text is left exactly as given.
+std::string Displayable(const std::string& text)
+{
+    if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr))
+        return text;
+    gchar* valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
+    std::string result(valid);
+    g_free(valid);
+    return result;
+}
+
+void QuitMainLoop()
+{
+    if (gtk_main_level() > 0)
+        gtk_main_quit();
+}
+
+} // namespace
+
+MessageDialog::MessageDialog(int argc, char** argv)
+    : BaseDialog(kMessageDialogKind, "message_time", "message_show_time", "message_resume_time")
+{
+    int flags = 0;
+    if (argc != 4 || argv == nullptr || !StringToInt(argv[2], flags))
+        throw xvtui_exception(ResultCode::BadArgs, "MessageDialog", "Bad args in MessageDialog constructor");
+    m_flags = flags;
+    m_message = argv[3] != nullptr ? argv[3] : "";
+    MessageGtkInit();
+}
+
+MessageDialog::~MessageDialog()
+{
+    if (m_showSourceId != 0)
+        g_source_remove(m_showSourceId);
+    if (m_timerSourceId != 0)
+        g_source_remove(m_timerSourceId);
+    if (m_dialog != nullptr) {
+        g_signal_handlers_disconnect_matched(m_dialog, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, this);
+        gtk_widget_destroy(m_dialog);
+    }
+}
+
+void MessageDialog::MessageGtkInit()
+{
+    const GtkButtonsType buttons = (m_flags & kOkCancelFlag) != 0 ? GTK_BUTTONS_OK_CANCEL : GTK_BUTTONS_OK;
+    // "%s": the provider's text is never read as a format.
+    m_dialog = gtk_message_dialog_new(GTK_WINDOW(m_window), GTK_DIALOG_DESTROY_WITH_PARENT, GTK_MESSAGE_QUESTION,
+                                      buttons, "%s", Displayable(m_message).c_str());
+    // Cleared by GObject when the dialog is destroyed, whoever destroys it.
+    g_object_add_weak_pointer(G_OBJECT(m_dialog), reinterpret_cast<gpointer*>(&m_dialog));
+    gtk_widget_set_name(m_dialog, "xvtui-message");
+    gtk_window_set_title(GTK_WINDOW(m_dialog), m_titleTerm.c_str());
+    g_signal_connect(m_dialog, "response", G_CALLBACK(cbOnResponse), this);
+
+    if (IsOldKeysWarning()) {
+        const std::string label = Displayable(m_localizer->Localize(kDontShowLabelId));
+        m_dontShowCheck = gtk_check_button_new_with_label(label.c_str());
+        gtk_widget_set_name(m_dontShowCheck, "xvtui-dont-show");
+        gtk_box_pack_start(GTK_BOX(gtk_dialog_get_content_area(GTK_DIALOG(m_dialog))), m_dontShowCheck, TRUE,
+                           TRUE, 0);
+        // Accepting the dialog unchanged means: do not warn about these keys again.
+        gtk_toggle_button_set_active(GTK_TOGGLE_BUTTON(m_dontShowCheck), TRUE);
+        gtk_widget_show(m_dontShowCheck);
+    }
+
+    m_showSourceId = g_timeout_add(kShowDelayMs, cbOnShowDialog, this);
+    m_timerSourceId = g_timeout_add(kTimerIntervalMs, cbTimerEvent, this);
+}
+
+std::uint32_t MessageDialog::ShowDialog()
+{
+    callback::RethrowParked();
+    gtk_main();
+    callback::RethrowParked();
+    return m_result;
+}
+
+void MessageDialog::PrintResultToPipe() const
+{
+    std::fputs("XVTUI_dont_show_warning=", stdout);
+    std::fputs(m_dontShowWarning ? "true" : "false", stdout);
+}
+
+bool MessageDialog::IsOldKeysWarning() const
+{
+    return (m_flags & kOldKeysWarningFlag) != 0;
+}
+
+void MessageDialog::OnResponse(GtkResponseType response)
+{
+    m_result = response == GTK_RESPONSE_OK ? ResultCode::Success : ResultCode::Cancelled;
+    if (m_dontShowCheck != nullptr) {
+        m_dontShowWarning = gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(m_dontShowCheck)) != FALSE;
+        gtk_widget_destroy(m_dontShowCheck);
+        m_dontShowCheck = nullptr;
+    }
+    QuitMainLoop();
+}
+
+bool MessageDialog::OnDialog()
+{
+    m_showSourceId = 0; // one-shot: the source ends when this returns
+    if (m_dialog != nullptr) {
+        const gint response = gtk_dialog_run(GTK_DIALOG(m_dialog));
+        // GTK_RESPONSE_NONE: the dialog was destroyed or hidden meanwhile.
+        if (response != GTK_RESPONSE_NONE && m_dialog != nullptr)
+            gtk_widget_destroy(m_dialog);
+    }
+    QuitMainLoop();
+    return false;
+}
+
+bool MessageDialog::OnTimer()
+{
+    if (CheckBrokenPipe()) {
+        m_timerSourceId = 0; // the boundary stops this source
+        throw xvtui_exception(ResultCode::BrokenPipe, "OnTimer", "broken pipe");
+    }
+    if (!MessageCountdownStep(m_timeLeft))
+        return true;
+    m_timerSourceId = 0;
+    if (m_dialog != nullptr)
+        gtk_dialog_response(GTK_DIALOG(m_dialog), GTK_RESPONSE_CANCEL);
+    return false;
+}
