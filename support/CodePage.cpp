@@ -6,14 +6,35 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <iconv.h>
+#include <type_traits>
 
 static_assert(sizeof(wchar_t) == 4, "wide strings are UTF-32");
 
 namespace {
 
 constexpr const char* kWide = "WCHAR_T";
+
+// glibc's UTF-8 codec passes values above U+10FFFF both ways; they are no
+// characters, so the wide side is checked here as well.
+bool isCharacter(wchar_t c)
+{
+    const auto value = static_cast<unsigned long>(static_cast<uint32_t>(c));
+    return value <= 0x10FFFF && (value < 0xD800 || value > 0xDFFF);
+}
+
+bool allCharacters(const char* bytes, size_t size)
+{
+    for (size_t i = 0; i + sizeof(wchar_t) <= size; i += sizeof(wchar_t)) {
+        wchar_t c;
+        std::memcpy(&c, bytes + i, sizeof c);
+        if (!isCharacter(c))
+            return false;
+    }
+    return true;
+}
 
 const char* charsetOf(unsigned int codePage)
 {
@@ -30,7 +51,10 @@ const char* charsetOf(unsigned int codePage)
 
 class Converter {
 public:
-    Converter(const char* to, const char* from) : m_cd(iconv_open(to, from)) {}
+    Converter(const char* to, const char* from, bool wideOutput)
+        : m_cd(iconv_open(to, from)), m_wideOutput(wideOutput)
+    {
+    }
     ~Converter()
     {
         if (ok())
@@ -55,8 +79,14 @@ public:
             size_t outLeft = target != nullptr ? targetBytes - static_cast<size_t>(produced)
                                                : sizeof scratch;
             const size_t before = outLeft;
+            const char* chunk = out;
             const size_t rc = iconv(m_cd, &in, &inLeft, &out, &outLeft);
             produced += static_cast<long long>(before - outLeft);
+            // iconv writes whole characters, and the scratch size is a multiple of one.
+            if (m_wideOutput && !allCharacters(chunk, before - outLeft)) {
+                errno = EILSEQ;
+                return -1;
+            }
             if (rc != static_cast<size_t>(-1))
                 break; // all input converted; none of these code pages keeps a shift state
             if (errno == E2BIG && target == nullptr)
@@ -68,6 +98,7 @@ public:
 
 private:
     iconv_t m_cd;
+    bool m_wideOutput;
 };
 
 // Common frame of both directions: argument checks, the -1 length, the call.
@@ -95,7 +126,15 @@ int convert(const char* toCharset, const char* fromCharset, const From* source, 
         count = static_cast<size_t>(sourceLength);
     }
 
-    Converter converter(toCharset, fromCharset);
+    if constexpr (std::is_same_v<From, wchar_t>) {
+        for (size_t i = 0; i < count; ++i) {
+            if (!isCharacter(static_cast<wchar_t>(source[i]))) {
+                errno = EILSEQ;
+                return 0;
+            }
+        }
+    }
+    Converter converter(toCharset, fromCharset, std::is_same_v<To, wchar_t>);
     if (!converter.ok())
         return 0;
     const long long bytes =
