@@ -98,8 +98,9 @@ typedef struct TSupportResource {
 /* Text `id` of set 1. With a null `buffer`, stores the text's length (bytes,
  * without the terminating zero) in `*length`. With a buffer, `*length` is its
  * capacity without the terminator (the buffer holds *length + 1 bytes); the text
- * and a terminating zero are copied. Returns 0, or non-zero when the catalogue
- * is not open, has no such text, or the buffer is too small. */
+ * and a terminating zero are copied, and `*length` receives the text's length.
+ * Returns 0, or non-zero when the catalogue is not open, has no such text, or
+ * the buffer is too small (then `*length` receives the length needed). */
 TORVIK_API unsigned int support_resource_string(const TSupportResource* handle, unsigned int id,
                                                 char* buffer, size_t* length);
 
@@ -108,7 +109,8 @@ TORVIK_API unsigned int support_resource_string(const TSupportResource* handle, 
  * count includes the terminator); an output size of 0 only measures; 0 is
  * returned on failure. Code page 0 is the provider's default, CP1251; 1251,
  * 866, 20866 (KOI8-R), 28595 (ISO-8859-5) and 65001 (UTF-8) are supported.
- * Input that has no character in the source code page fails. */
+ * Input that has no character in the source code page, and a character that
+ * the target code page lacks, fail the call: nothing is substituted. */
 enum {
     TORVIK_CP_DEFAULT = 0,
     TORVIK_CP_UTF8 = 65001
