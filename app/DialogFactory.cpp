@@ -3,6 +3,7 @@
 #include "app/xvtui_exception.h"
 #include "base/BaseDialog.h"
 #include "dialogs/message/MessageDialog.h"
+#include "dialogs/password/PasswordDialog.h"
 
 namespace {
 
@@ -18,10 +19,11 @@ std::unique_ptr<BaseDialog> CreateMessageDialog(int argc, char** argv)
     return std::make_unique<MessageDialog>(argc, argv);
 }
 
-// In the order the provider's keywords are tried. "VTQueryPinEx",
-// "VTSelectReader", "VTSelectContainer" and "VTRndmBio" join this table
-// when their dialogs are built; until then they are unknown.
+// In the order the provider's keywords are tried. "VTSelectReader",
+// "VTSelectContainer" and "VTRndmBio" join this table when their dialogs
+// are built; until then they are unknown.
 constexpr Keyword kKeywords[] = {
+    {"VTQueryPinEx", PasswordDialog::CreatePasswordDialog},
     {"VTDisplayMessage", CreateMessageDialog},
     {"VTDisplayMessageEx", CreateMessageDialog},
 };

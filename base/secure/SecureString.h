@@ -55,6 +55,8 @@ public:
     // Never null: an empty string without a block reads as "".
     const CharT* c_str() const noexcept { return m_data != nullptr ? m_data : EmptyText(); }
     const CharT* data() const noexcept { return c_str(); }
+    // Writable only where a block exists (after reserve or resize); an empty
+    // string without one returns a shared read-only "".
     CharT* data() noexcept { return m_data != nullptr ? m_data : const_cast<CharT*>(EmptyText()); }
     size_type size() const noexcept { return m_size; }
     size_type length() const noexcept { return m_size; }
@@ -136,18 +138,18 @@ public:
     void push_back(CharT character) { append(view_type(&character, 1)); }
 
     // Changes the length; new characters are NUL, dropped ones are wiped.
+    // Afterwards the string always has a block, so data() may be written to
+    // for size() + 1 characters.
     void resize(size_type count)
     {
+        reserve(count);
         if (count > m_size) {
-            reserve(count);
             std::memset(m_data + m_size, 0, (count - m_size) * sizeof(CharT));
-        } else if (m_data != nullptr) {
+        } else {
             Wipe(m_data + count, (m_size - count) * sizeof(CharT));
         }
         m_size = count;
-        if (m_data != nullptr) {
-            m_data[m_size] = CharT();
-        }
+        m_data[m_size] = CharT();
     }
 
     // Wipes the text; the block is kept for reuse.

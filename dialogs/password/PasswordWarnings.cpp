@@ -1,0 +1,99 @@
+#include "dialogs/password/PasswordWarnings.h"
+
+#include <cstdio>
+
+#include "base/secure/SecureString.h"
+#include "dialogs/password/PasswordQuality.h"
+#include "l10n/FormatCheck.h"
+#include "support/torvik.h"
+
+namespace PasswordWarnings {
+
+Texts EnglishTexts()
+{
+    return Texts{
+        "Input and confirmation do not match",
+        "Caps Lock button is on",
+        "Entered %s is too short",
+        "Entered %s contains not ASCII symbols",
+        "Entered %s is not secure",
+    };
+}
+
+std::string PrintToString(const std::string& format, const std::string& value)
+{
+    if (!VtuiLogic::IsSingleConversionFormat(format, 's')) {
+        return format;
+    }
+    char buffer[512] = {};
+    std::snprintf(buffer, sizeof buffer, format.c_str(), value.c_str());
+    return buffer;
+}
+
+bool HasNotASCIISymbols(std::string_view text)
+{
+    // Decoded the way CSPLocalizer::ToWstring does (up to the first NUL, "" on
+    // failure), but every copy is secure: the text may be a password.
+    const secure::String source(text);
+    const int measured = MultiByteToWideChar(TORVIK_CP_UTF8, 0, source.c_str(), -1, nullptr, 0);
+    std::size_t wideLength = 0;
+    if (measured > 0) {
+        secure::WString wide;
+        wide.resize(static_cast<std::size_t>(measured) - 1);
+        if (MultiByteToWideChar(TORVIK_CP_UTF8, 0, source.c_str(), -1, wide.data(), measured) != 0) {
+            wideLength = wide.size();
+        }
+    }
+    return wideLength != text.size();
+}
+
+void AddBaseWarnings(Queue& errors, const Texts& texts, std::string_view password, bool capsLockOn, bool tooShort,
+                     const std::string& currentTerm, const std::string& newPasswordTerm)
+{
+    if (HasNotASCIISymbols(password)) {
+        errors.push({kNotAscii, PrintToString(texts.notAscii, newPasswordTerm)});
+    }
+    if (capsLockOn) {
+        errors.push({kCapsLock, texts.capsLock});
+    }
+    if (tooShort) {
+        errors.push({kTooShort, PrintToString(texts.minLength, currentTerm)});
+    }
+}
+
+void AddTwoEntryWarnings(Queue& errors, const Texts& texts, std::string_view newPassword,
+                         std::string_view confirmation, bool checkStrength, const std::string& newPasswordTerm)
+{
+    if (newPassword != confirmation) {
+        errors.push({kNotEqual, texts.notEqual});
+    }
+    if (checkStrength) {
+        const secure::String terminated(newPassword);
+        int secureFlag = 0;
+        if (is_passwd_secure(terminated.c_str(), &secureFlag, 2.0) == 0 && secureFlag == 0) {
+            errors.push({kNotSecure, PrintToString(texts.notSecure, newPasswordTerm)});
+        }
+    }
+}
+
+void AddTriesLeftWarning(Queue& errors, const std::string& text)
+{
+    if (!text.empty()) {
+        errors.push({kTriesLeft, text});
+    }
+}
+
+std::string TakeHintText(Queue& errors)
+{
+    std::string text;
+    for (int line = 0; line < 3; ++line) {
+        if (!errors.empty()) {
+            text += errors.top().text;
+            errors.pop();
+        }
+        text += "\n";
+    }
+    return text;
+}
+
+} // namespace PasswordWarnings
