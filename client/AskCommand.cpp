@@ -1,0 +1,220 @@
+// AskCommand.cpp: xvtui-ask's argument parsing and output.
+#include "client/AskCommand.h"
+
+#include "client/HelperProcess.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace xvtui::client {
+namespace {
+
+bool ParseSeconds(const std::string& text, std::chrono::milliseconds& out)
+{
+    if (text.empty())
+        return false;
+    errno = 0;
+    char* end = nullptr;
+    const double seconds = std::strtod(text.c_str(), &end);
+    if (errno != 0 || end == nullptr || *end != '\0' || !(seconds > 0) || seconds > 1e7)
+        return false;
+    out = std::chrono::milliseconds(static_cast<long long>(seconds * 1000));
+    return true;
+}
+
+} // namespace
+
+std::string AskUsageText()
+{
+    return "usage: xvtui-ask [--helper PATH] [--timeout SECONDS] [--reveal] REQUEST\n"
+           "requests:\n"
+           "  message [--flags N] [--ex] TEXT   show a message (flags: 2 OK and Cancel,\n"
+           "                                    128 the \"don't show again\" box)\n"
+           "  raw [KEYWORD [ARGUMENT...]]       any command line, answer shown as is\n"
+           "The helper is --helper, else $XVTUI_HELPER, else the xvtui next to this tool.\n"
+           "Exit status: 0 answered, 1 refused (ret=...), 2 bad usage, 3 helper failure.\n";
+}
+
+std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, std::string& error)
+{
+    AskCommand command;
+    size_t i = 0;
+    const auto value = [&](const std::string& option) -> const std::string* {
+        if (i + 1 >= args.size()) {
+            error = option + " needs a value";
+            return nullptr;
+        }
+        return &args[++i];
+    };
+    for (; i < args.size() && args[i].starts_with("--"); ++i) {
+        const std::string& option = args[i];
+        if (option == "--help") {
+            command.help = true;
+            return command;
+        }
+        if (option == "--reveal") {
+            command.reveal = true;
+        } else if (option == "--helper") {
+            const std::string* path = value(option);
+            if (path == nullptr)
+                return std::nullopt;
+            if (path->empty()) {
+                error = "--helper needs a path";
+                return std::nullopt;
+            }
+            command.helper = *path;
+        } else if (option == "--timeout") {
+            const std::string* text = value(option);
+            if (text == nullptr)
+                return std::nullopt;
+            std::chrono::milliseconds timeout{};
+            if (!ParseSeconds(*text, timeout)) {
+                error = "--timeout needs a positive number of seconds";
+                return std::nullopt;
+            }
+            command.timeout = timeout;
+        } else {
+            error = "unknown option " + option;
+            return std::nullopt;
+        }
+    }
+    if (i >= args.size()) {
+        error = "no request given";
+        return std::nullopt;
+    }
+    const std::string kind = args[i++];
+    if (kind == "message") {
+        std::string flags = "0";
+        bool extended = false;
+        for (; i < args.size() && args[i].starts_with("--"); ++i) {
+            if (args[i] == "--ex") {
+                extended = true;
+            } else if (args[i] == "--flags") {
+                const std::string* text = value("--flags");
+                if (text == nullptr)
+                    return std::nullopt;
+                flags = *text; // sent as given: the helper judges it
+            } else {
+                error = "unknown message option " + args[i];
+                return std::nullopt;
+            }
+        }
+        if (args.size() - i != 1) {
+            error = "message needs exactly one TEXT";
+            return std::nullopt;
+        }
+        command.request = MessageRequest(flags, args[i], extended);
+    } else if (kind == "raw") {
+        // Without a keyword the helper is run with none, which it refuses.
+        command.request = RawRequest(std::vector<std::string>(args.begin() + static_cast<long>(i),
+                                                              args.end()));
+    } else {
+        error = "unknown request " + kind;
+        return std::nullopt;
+    }
+    return command;
+}
+
+std::string ChooseHelper(const std::string& given, const char* environment,
+                         const std::string& selfExecutable)
+{
+    if (!given.empty())
+        return given;
+    if (environment != nullptr && *environment != '\0')
+        return environment;
+    return HelperNextTo(selfExecutable);
+}
+
+std::string Escape(std::string_view bytes)
+{
+    static const char hex[] = "0123456789abcdef";
+    std::string out = "\"";
+    for (const char c : bytes) {
+        const auto byte = static_cast<unsigned char>(c);
+        switch (c) {
+        case '\n':
+            out += "\\n";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        default:
+            if (byte >= 0x20 && byte < 0x7F) {
+                out += c;
+            } else {
+                out += "\\x";
+                out += hex[byte >> 4];
+                out += hex[byte & 0xF];
+            }
+        }
+    }
+    out += '"';
+    return out;
+}
+
+std::string FormatAnswer(const Answer& answer, std::string_view rawOutput, bool secretAnswer,
+                         bool reveal)
+{
+    std::string text;
+    switch (answer.outcome) {
+    case Outcome::Answered:
+        for (const Field& field : answer.fields) {
+            if (field.secret && !reveal) {
+                text += field.key + "<hidden, " + std::to_string(field.value.size()) + " bytes>\n";
+            } else if (field.key.empty()) {
+                text += "answer: " + Escape(field.value.view()) + "\n";
+            } else {
+                text += field.key;
+                text.append(field.value.view());
+                text += "\n";
+            }
+        }
+        break;
+    case Outcome::Refused:
+        text += "ret=" + std::to_string(answer.code) + " (" + std::string(CodeName(answer.code)) +
+                ")\n";
+        break;
+    case Outcome::Usage:
+        text += "usage text: " + Escape(kUsageText) + "\n";
+        break;
+    case Outcome::Malformed:
+        text += "malformed answer: " + answer.problem + "\n";
+        if (!secretAnswer || reveal)
+            text += "output: " + Escape(rawOutput) + "\n";
+        break;
+    case Outcome::Killed:
+        text += "the helper was killed by signal " + std::to_string(answer.termSignal) + "\n";
+        break;
+    case Outcome::TimedOut:
+        text += "no answer in time: the helper was stopped\n";
+        break;
+    }
+    if (answer.outcome == Outcome::Refused && !answer.problem.empty())
+        text += "note: " + answer.problem + "\n";
+    if (answer.exited)
+        text += "exit status: " + std::to_string(answer.exitStatus) + "\n";
+    else
+        text += "ended by signal " + std::to_string(answer.termSignal) + "\n";
+    return text;
+}
+
+AskExit ExitCodeFor(const Answer& answer)
+{
+    switch (answer.outcome) {
+    case Outcome::Answered:
+        return kAskAnswered;
+    case Outcome::Refused:
+    case Outcome::Usage:
+        return kAskRefused;
+    default:
+        return kAskError;
+    }
+}
+
+} // namespace xvtui::client

@@ -1,0 +1,59 @@
+// AskCommand.h: the command line and the printout of the xvtui-ask tool.
+//
+//   xvtui-ask [--helper PATH] [--timeout SECONDS] [--reveal] REQUEST
+//     message [--flags N] [--ex] TEXT   a message (VTDisplayMessage[Ex])
+//     raw [KEYWORD [ARGUMENT...]]       any command line, answer shown as is
+//
+// The helper is `--helper`, else $XVTUI_HELPER, else the xvtui next to the tool.
+// Kept apart from main() so that parsing and printing are tested directly.
+#pragma once
+
+#include "client/Answer.h"
+#include "client/Request.h"
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace xvtui::client {
+
+struct AskCommand {
+    std::string helper; // empty: not given on the command line
+    std::optional<std::chrono::milliseconds> timeout;
+    bool reveal = false; // print secret values instead of their length
+    bool help = false;
+    Request request;
+};
+
+// The tool's exit codes.
+enum AskExit : int {
+    kAskAnswered = 0, // the dialog answered
+    kAskRefused = 1,  // "ret=" (cancelled, bad arguments, ...) or the usage text
+    kAskUsage = 2,    // the tool's own command line is wrong
+    kAskError = 3,    // the helper could not run, or broke the protocol
+};
+
+// Parses argv[1..]; on error returns nullopt and sets `error`.
+std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, std::string& error);
+
+std::string AskUsageText();
+
+// The helper to run: `given` if not empty, else `environment` (XVTUI_HELPER)
+// if set and not empty, else the xvtui next to `selfExecutable`.
+std::string ChooseHelper(const std::string& given, const char* environment,
+                         const std::string& selfExecutable);
+
+// The decoded answer as printed: one line per key (secret values hidden unless
+// `reveal`), or "ret=CODE (name)", then the exit status. `rawOutput` is shown,
+// escaped, only for a malformed answer of a request without secrets.
+std::string FormatAnswer(const Answer& answer, std::string_view rawOutput, bool secretAnswer,
+                         bool reveal);
+
+AskExit ExitCodeFor(const Answer& answer);
+
+// Bytes as a C-like quoted string: printable ASCII as is, the rest escaped.
+std::string Escape(std::string_view bytes);
+
+} // namespace xvtui::client
