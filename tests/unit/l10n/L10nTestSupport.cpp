@@ -3,7 +3,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
 #include <string_view>
@@ -114,8 +114,7 @@ std::string RunInChild(const std::map<std::string, std::string>& env,
 
 TempDir::TempDir()
 {
-    const char* base = std::getenv("TMPDIR");
-    std::string pattern = std::string(base != nullptr && *base != '\0' ? base : "/tmp") + "/xvtui-l10n-XXXXXX";
+    std::string pattern = (std::filesystem::temp_directory_path() / "xvtui-l10n-XXXXXX").string();
     if (mkdtemp(pattern.data()) == nullptr) {
         throw std::runtime_error("mkdtemp failed");
     }
@@ -124,19 +123,14 @@ TempDir::TempDir()
 
 TempDir::~TempDir()
 {
-    const std::string command = "rm -rf '" + m_path + "'";
-    if (std::system(command.c_str()) != 0) {
-        std::fprintf(stderr, "could not remove %s\n", m_path.c_str());
-    }
+    std::error_code ignored;
+    std::filesystem::remove_all(m_path, ignored);
 }
 
 std::string TempDir::Sub(const std::string& name) const
 {
     const std::string path = m_path + "/" + name;
-    const std::string command = "mkdir -p '" + path + "'";
-    if (std::system(command.c_str()) != 0) {
-        throw std::runtime_error("mkdir failed: " + path);
-    }
+    std::filesystem::create_directories(path);
     return path;
 }
 
