@@ -1,0 +1,104 @@
+// GuiSupport.h: what the in-process widget tests of the frame share.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <functional>
+#include <string>
+
+#include <unistd.h>
+
+#include "common/Xvfb.h"
+#include "unit/base/TempSettings.h"
+
+// The private Xvfb, English texts, the build tree's catalogue, temporary
+// settings, and a watchdog: a test that hangs in a main loop fails instead.
+class GuiTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        testkit::PrivateDisplay();
+        setenv("LC_ALL", "C.UTF-8", 1);
+        setenv("TORVIK_CATALOG_DIR", XVTUI_CATALOG_DIR, 1);
+        setenv("TORVIK_LOCALE_CATALOG_DIR", XVTUI_RU_CATALOG_DIR, 1);
+        m_settings.SetLocal(nullptr);
+        m_settings.SetGlobal(nullptr);
+        alarm(30);
+    }
+    void TearDown() override { alarm(0); }
+
+    TempSettings m_settings;
+};
+
+// The widget named `name` (gtk_widget_set_name) in the tree under `root`.
+inline GtkWidget* FindNamed(GtkWidget* root, const char* name)
+{
+    if (root == nullptr)
+        return nullptr;
+    if (std::strcmp(gtk_widget_get_name(root), name) == 0)
+        return root;
+    GtkWidget* found = nullptr;
+    if (GTK_IS_CONTAINER(root)) {
+        GList* children = gtk_container_get_children(GTK_CONTAINER(root));
+        for (GList* item = children; item != nullptr && found == nullptr; item = item->next)
+            found = FindNamed(GTK_WIDGET(item->data), name);
+        g_list_free(children);
+    }
+    return found;
+}
+
+// The mapped top-level window named `name`, or null.
+inline GtkWidget* FindMappedToplevel(const char* name)
+{
+    GtkWidget* found = nullptr;
+    GList* toplevels = gtk_window_list_toplevels();
+    for (GList* item = toplevels; item != nullptr; item = item->next) {
+        GtkWidget* widget = GTK_WIDGET(item->data);
+        if (gtk_widget_get_mapped(widget) && std::strcmp(gtk_widget_get_name(widget), name) == 0)
+            found = widget;
+    }
+    g_list_free(toplevels);
+    return found;
+}
+
+// Runs `step` from the main loop every 10 ms until it returns true.
+inline void WhenReady(std::function<bool()> step)
+{
+    auto* pending = new std::function<bool()>(std::move(step));
+    g_timeout_add_full(
+        G_PRIORITY_DEFAULT, 10,
+        [](gpointer data) -> gboolean {
+            return (*static_cast<std::function<bool()>*>(data))() ? FALSE : TRUE;
+        },
+        pending, [](gpointer data) { delete static_cast<std::function<bool()>*>(data); });
+}
+
+// Standard output becomes a pipe whose reader is gone, as when the provider
+// has died; restored at the end of the scope.
+class BrokenStdout {
+public:
+    BrokenStdout()
+    {
+        std::fflush(stdout);
+        std::signal(SIGPIPE, SIG_IGN);
+        m_saved = dup(STDOUT_FILENO);
+        int fds[2];
+        EXPECT_EQ(pipe(fds), 0);
+        close(fds[0]);
+        dup2(fds[1], STDOUT_FILENO);
+        close(fds[1]);
+    }
+    ~BrokenStdout()
+    {
+        std::fflush(stdout);
+        dup2(m_saved, STDOUT_FILENO);
+        close(m_saved);
+    }
+
+private:
+    int m_saved = -1;
+};
