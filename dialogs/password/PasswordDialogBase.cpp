@@ -101,6 +101,17 @@ GtkWidget* NewInfoLabel(const std::string& text, const char* name)
     return label;
 }
 
+// Removes every handler that has `data` as its user data from `widget` and
+// everything inside it, internal children included.
+void DisconnectHandlers(GtkWidget* widget, gpointer data)
+{
+    g_signal_handlers_disconnect_matched(widget, G_SIGNAL_MATCH_DATA, 0, 0, nullptr, nullptr, data);
+    if (GTK_IS_CONTAINER(widget)) {
+        gtk_container_forall(
+            GTK_CONTAINER(widget), [](GtkWidget* child, gpointer user) { DisconnectHandlers(child, user); }, data);
+    }
+}
+
 // A catalogue caption is used only with exactly one plain "%s"; anything else
 // counts as missing.
 std::string CheckedCaption(const std::string& text)
@@ -132,7 +143,14 @@ PasswordDialogBase::PasswordDialogBase(const PasswordDialogInfo& info)
     PasswordDialogBaseTermsInit();
 }
 
-PasswordDialogBase::~PasswordDialogBase() = default;
+PasswordDialogBase::~PasswordDialogBase()
+{
+    // BaseDialog's destructor destroys a window that is still there; by then
+    // this part of the object is gone, so no handler of ours may run any more.
+    if (m_window != nullptr) {
+        DisconnectHandlers(m_window, this);
+    }
+}
 
 void PasswordDialogBase::PasswordDialogBaseTermsInit()
 {
@@ -247,6 +265,9 @@ void PasswordDialogBase::InitEntryWidget(GtkWidget*& entry, int maxLength, const
 
 void PasswordDialogBase::OnOKClicked()
 {
+    if (!WidgetsAlive()) {
+        return;
+    }
     m_lengthCheckArmed = true;
     if (!IsPasswordTooShort()) {
         TerminateDialog(0);
@@ -326,7 +347,7 @@ void PasswordDialogBase::AddTriesLeftWarning(const std::string& text)
 void PasswordDialogBase::ShowWarnings()
 {
     const std::string text = PasswordWarnings::TakeHintText(m_errors);
-    if (m_hintLabel != nullptr) {
+    if (WidgetsAlive() && m_hintLabel != nullptr) {
         gtk_label_set_text(GTK_LABEL(m_hintLabel), text.c_str());
     }
 }

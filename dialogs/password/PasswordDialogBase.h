@@ -110,6 +110,11 @@ protected:
     // to the clipboard guard, activating the default (OK) button on Enter.
     void InitEntryWidget(GtkWidget*& entry, int maxLength, const char* name = "xvtui-password-entry");
 
+    // False once the window has been destroyed (the dialog has ended): its
+    // widgets, and the pointers the dialogs keep to them, are gone. Handlers
+    // that touch widgets check it first.
+    bool WidgetsAlive() const { return m_window != nullptr; }
+
     // The entry's text copied into `target` (wiping what it held).
     static void CopyEntryText(GtkWidget* entry, secure::String& target);
     // Writes `answer` to standard output with write(2): all of it, across

@@ -90,7 +90,7 @@ void PasswordDialogOneEntry::ApplyControlWord(GtkWidget* box, std::uint32_t word
 
 void PasswordDialogOneEntry::OnToggleCheckButton(GtkToggleButton* button)
 {
-    if (button == nullptr || !gtk_toggle_button_get_active(button)) {
+    if (!WidgetsAlive() || button == nullptr || !gtk_toggle_button_get_active(button)) {
         return;
     }
     // Unticking the other box emits its own "toggled", which stops above.
@@ -103,6 +103,9 @@ void PasswordDialogOneEntry::OnToggleCheckButton(GtkToggleButton* button)
 
 void PasswordDialogOneEntry::OnPasswordChanged()
 {
+    if (!WidgetsAlive()) {
+        return;
+    }
     m_lengthCheckArmed = true;
     CopyEntryText(m_passwordEntry, m_password);
     gtk_widget_set_sensitive(m_okButton, IsPasswordTooShort() ? FALSE : TRUE);
@@ -127,6 +130,9 @@ void PasswordDialogOneEntry::UpdateWarnings()
 
 void PasswordDialogOneEntry::OnOKClicked()
 {
+    if (!WidgetsAlive()) {
+        return;
+    }
     m_lengthCheckArmed = true;
     if (IsPasswordTooShort()) {
         gtk_widget_set_sensitive(m_okButton, FALSE);
