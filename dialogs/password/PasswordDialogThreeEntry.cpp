@@ -67,7 +67,7 @@ void PasswordDialogThreeEntry::AddPasswordWidgets()
 void PasswordDialogThreeEntry::OnPasswordChanged()
 {
     if (!WidgetsAlive()) {
-        return; // the dialog has ended: the texts copied at OK are the answer
+        return; // the window is gone: the texts copied before OK are the answer
     }
     m_lengthCheckArmed = true;
     CopyEntryText(m_currentPasswordEntry, m_currentPassword);

@@ -58,7 +58,7 @@ void PasswordDialogTwoEntry::AddPasswordWidgets()
 void PasswordDialogTwoEntry::OnPasswordChanged()
 {
     if (!WidgetsAlive()) {
-        return; // the dialog has ended: the texts copied at OK are the answer
+        return; // the window is gone: the texts copied before OK are the answer
     }
     m_lengthCheckArmed = true;
     CopyEntryText(m_newPasswordEntry, m_newPassword);

@@ -25,26 +25,28 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr const char* kNotEqual = "Input and confirmation do not match";
-constexpr const char* kNewNotSecure = "Entered new PIN is not secure";
-constexpr const char* kNewTooShort = "Entered new PIN is too short";
-constexpr const char* kCurrentTooShort = "Entered PIN is too short";
+constexpr const char* kNewNotSecure = "Entered PIN is not secure";
+constexpr const char* kNewTooShort = "Entered PIN is too short";
+constexpr const char* kCurrentTooShort = "Entered password is too short";
 constexpr const char* kCapsLock = "Caps Lock button is on";
 
 // A request with distinct words for the current and the new secret, so that
-// every warning shows which one it means.
+// every warning shows which one it means. The captions come from the build
+// tree's catalogue (texts 2141 to 2143, "Enter the %s:", "New %s:", "Repeat
+// the new %s:").
 PasswordDialogInfo Request(int minPassword, int minNewPassword, int triesLeft = 0xFFFF)
 {
     PasswordDialogInfo info;
-    info.title = "Set PIN";
-    info.header = "A new PIN for the key container\n";
+    info.title = "Change the PIN";
+    info.header = "Choose a PIN for the key container\n";
     info.readerName = "Reader 0";
     info.carrierName = "Carrier 17";
     info.containerName = "keys";
     info.readerCaption = "Reader:";
     info.carrierCaption = "Carrier:";
     info.containerCaption = "Container:";
-    info.passwordTerm = "PIN";
-    info.newPasswordTerm = "new PIN";
+    info.passwordTerm = "password";
+    info.newPasswordTerm = "PIN";
     info.carrierActive = true;
     info.triesLeft = triesLeft;
     info.maxPasswordLength = 16;
@@ -195,8 +197,8 @@ TEST_F(TwoEntryGui, FieldsFormATwoRowTable)
         const char* entry;
         guint row;
     };
-    const Row expectedRows[] = {{"xvtui-new-password-caption", "New password:", "xvtui-new-password-entry", 0},
-                         {"xvtui-confirm-password-caption", "Confirm password:", "xvtui-confirm-password-entry", 1}};
+    const Row expectedRows[] = {{"xvtui-new-password-caption", "New PIN:", "xvtui-new-password-entry", 0},
+                         {"xvtui-confirm-password-caption", "Repeat the new PIN:", "xvtui-confirm-password-entry", 1}};
     for (const Row& row : expectedRows) {
         SCOPED_TRACE(row.entry);
         GtkWidget* caption = Widget(row.caption);
@@ -225,7 +227,7 @@ TEST_F(ThreeEntryGui, CurrentPasswordTableKeepsAnEmptyRowAsSpacing)
     EXPECT_EQ(Children(currentTable).size(), 2u); // caption and field, both in row 0
     GtkWidget* current = Widget("xvtui-password-entry");
     ASSERT_NE(current, nullptr);
-    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(Widget("xvtui-password-caption"))), "Please, type password:");
+    EXPECT_STREQ(gtk_label_get_text(GTK_LABEL(Widget("xvtui-password-caption"))), "Enter the password:");
     EXPECT_EQ(Attachment(currentTable, current), (std::vector<guint>{1, 3, 0, 1}));
     EXPECT_EQ(gtk_entry_get_max_length(GTK_ENTRY(current)), 16);
     EXPECT_EQ(gtk_entry_get_max_length(GTK_ENTRY(Widget("xvtui-new-password-entry"))), 24);
@@ -326,8 +328,8 @@ TEST_F(TwoEntryGui, OkNeedsEqualFieldsOfTheMinimumLength)
         {"abcdefg", "abcdefgh", false, Lines(kNotEqual)},  // new password a prefix
         {"abcdefgh", "", false, Lines(kNotEqual)},
         {"ab", "abcdefgh", false, Lines(kNotEqual, kNewTooShort)},
-        {"\xd0\xb0\xd0\xb1", "\xd0\xb0\xd0\xb1", true, Lines("Entered new PIN contains not ASCII symbols")},
-        {"\xd0\xb0", "\xd0\xb0", false, Lines(kNewTooShort, "Entered new PIN contains not ASCII symbols")},
+        {"\xd0\xb0\xd0\xb1", "\xd0\xb0\xd0\xb1", true, Lines("Entered PIN contains not ASCII symbols")},
+        {"\xd0\xb0", "\xd0\xb0", false, Lines(kNewTooShort, "Entered PIN contains not ASCII symbols")},
     };
     Build(2, Request(0, 4));
     for (const Case& c : cases) {
@@ -379,8 +381,8 @@ TEST_F(ThreeEntryGui, TriesLeftWarning)
         std::string hint;
     };
     const Case cases[] = {
-        {2, Lines(kNotEqual, "Wrong PIN, 2 tries left", kCurrentTooShort)},
-        {0x8000, Lines(kNotEqual, "Wrong PIN", kCurrentTooShort)},
+        {2, Lines(kNotEqual, "Wrong password, 2 tries left", kCurrentTooShort)},
+        {0x8000, Lines(kNotEqual, "Wrong password", kCurrentTooShort)},
         {0, Lines(kNotEqual, "There are no tries left", kCurrentTooShort)},
         {0xFFFF, Lines(kNotEqual, kCurrentTooShort)},
     };
