@@ -2,6 +2,7 @@
 #include "client/AskCommand.h"
 
 #include "client/HelperProcess.h"
+#include "client/PasswordRequest.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -22,6 +23,55 @@ bool ParseSeconds(const std::string& text, std::chrono::milliseconds& out)
     return true;
 }
 
+// The options every password request takes: each names one argument of the
+// "VTQueryPinEx" command line and takes one value, passed on as given.
+struct PasswordOption {
+    const char* name;
+    std::string PasswordRequestArgs::*field;
+};
+constexpr PasswordOption kPasswordOptions[] = {
+    {"--title", &PasswordRequestArgs::title},
+    {"--header", &PasswordRequestArgs::header},
+    {"--reader", &PasswordRequestArgs::readerName},
+    {"--carrier", &PasswordRequestArgs::carrierName},
+    {"--container", &PasswordRequestArgs::containerName},
+    {"--reader-caption", &PasswordRequestArgs::readerCaption},
+    {"--carrier-caption", &PasswordRequestArgs::carrierCaption},
+    {"--container-caption", &PasswordRequestArgs::containerCaption},
+    {"--term", &PasswordRequestArgs::passwordTerm},
+    {"--new-term", &PasswordRequestArgs::newPasswordTerm},
+    {"--carrier-active", &PasswordRequestArgs::carrierActive},
+    {"--tries", &PasswordRequestArgs::triesLeft},
+    {"--max", &PasswordRequestArgs::maxPasswordLength},
+    {"--min", &PasswordRequestArgs::minPasswordLength},
+    {"--max-new", &PasswordRequestArgs::maxNewPasswordLength},
+    {"--min-new", &PasswordRequestArgs::minNewPasswordLength},
+};
+
+// Reads password options from args[i] on, up to the end; false (and `error`)
+// on an unknown option, a missing value or a positional argument.
+bool ParsePasswordOptions(const std::vector<std::string>& args, size_t i, const std::string& request,
+                          PasswordRequestArgs& out, std::string& error)
+{
+    for (; i < args.size(); ++i) {
+        const PasswordOption* option = nullptr;
+        for (const PasswordOption& candidate : kPasswordOptions) {
+            if (args[i] == candidate.name)
+                option = &candidate;
+        }
+        if (option == nullptr) {
+            error = "unknown " + request + " option " + args[i];
+            return false;
+        }
+        if (i + 1 >= args.size()) {
+            error = args[i] + " needs a value";
+            return false;
+        }
+        out.*(option->field) = args[++i];
+    }
+    return true;
+}
+
 } // namespace
 
 std::string AskUsageText()
@@ -31,6 +81,16 @@ std::string AskUsageText()
            "  message [--flags N] [--ex] TEXT   show a message (flags: 2 OK and Cancel,\n"
            "                                    128 the \"don't show again\" box)\n"
            "  raw [KEYWORD [ARGUMENT...]]       any command line, answer shown as is\n"
+           "  new-password [PASSWORD OPTIONS]   a new password and its confirmation\n"
+           "  change-password [PASSWORD OPTIONS]\n"
+           "                                    the current password, a new one and its\n"
+           "                                    confirmation\n"
+           "password options (each takes a value, sent as given):\n"
+           "  --title --header --reader --carrier --container --reader-caption\n"
+           "  --carrier-caption --container-caption --term WORD --new-term WORD\n"
+           "  --carrier-active N --tries N (65535: none) --max N --min N --max-new N\n"
+           "  --min-new N (maximums in characters, minimums in bytes, 0: none)\n"
+           "Secret values are shown as their length unless --reveal is given.\n"
            "The helper is --helper, else $XVTUI_HELPER, else the xvtui next to this tool.\n"
            "Exit status: 0 answered, 1 refused (ret=...), 2 bad usage, 3 helper failure.\n";
 }
@@ -104,6 +164,12 @@ std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, 
             return std::nullopt;
         }
         command.request = MessageRequest(flags, args[i], extended);
+    } else if (kind == "new-password" || kind == "change-password") {
+        PasswordRequestArgs password;
+        if (!ParsePasswordOptions(args, i, kind, password, error))
+            return std::nullopt;
+        command.request =
+            kind == "new-password" ? NewPasswordRequest(password) : ChangePasswordRequest(password);
     } else if (kind == "raw") {
         // Without a keyword the helper is run with none, which it refuses.
         command.request = RawRequest(std::vector<std::string>(args.begin() + static_cast<long>(i),

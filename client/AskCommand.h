@@ -3,6 +3,12 @@
 //   xvtui-ask [--helper PATH] [--timeout SECONDS] [--reveal] REQUEST
 //     message [--flags N] [--ex] TEXT   a message (VTDisplayMessage[Ex])
 //     raw [KEYWORD [ARGUMENT...]]       any command line, answer shown as is
+//     new-password [PASSWORD OPTIONS]   a new password, twice (VTQueryPinEx)
+//     change-password [PASSWORD OPTIONS] the current password and a new one, twice
+//   PASSWORD OPTIONS: --title, --header, --reader, --carrier, --container,
+//     --reader-caption, --carrier-caption, --container-caption, --term,
+//     --new-term, --carrier-active, --tries, --max, --min, --max-new, --min-new,
+//     each with one value (PasswordRequest.h)
 //
 // The helper is `--helper`, else $XVTUI_HELPER, else the xvtui next to the tool.
 // Kept apart from main() so that parsing and printing are tested directly.

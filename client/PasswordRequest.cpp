@@ -1,0 +1,142 @@
+// PasswordRequest.cpp: the new-password and password-change requests.
+#include "client/PasswordRequest.h"
+
+#include <cerrno>
+#include <cstdlib>
+
+namespace xvtui::client {
+namespace {
+
+// The helper's integer rule: the whole text in base 10, low 32 bits kept; ""
+// is 0. A text the helper would refuse gives nullopt.
+std::optional<std::int32_t> ParseNumber(const std::string& text)
+{
+    errno = 0;
+    char* end = nullptr;
+    const long long value = std::strtoll(text.c_str(), &end, 10);
+    if (end == nullptr || *end != '\0' || errno == ERANGE)
+        return std::nullopt;
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
+}
+
+std::int32_t LimitOrNone(const std::string& text)
+{
+    return ParseNumber(text).value_or(0);
+}
+
+std::size_t Utf8Characters(std::string_view bytes)
+{
+    std::size_t count = 0;
+    for (const char c : bytes) {
+        if ((static_cast<unsigned char>(c) & 0xC0) != 0x80)
+            ++count;
+    }
+    return count;
+}
+
+bool Fits(std::string_view text, std::int32_t minBytes, std::int32_t maxCharacters)
+{
+    if (minBytes > 0 && text.size() < static_cast<std::size_t>(minBytes))
+        return false;
+    return maxCharacters <= 0 || Utf8Characters(text) <= static_cast<std::size_t>(maxCharacters);
+}
+
+Field SecretField(std::string_view key, std::string_view value)
+{
+    Field field;
+    field.key = std::string(key);
+    field.value.assign(value);
+    field.secret = true;
+    return field;
+}
+
+} // namespace
+
+std::vector<std::string> PasswordArguments(const PasswordRequestArgs& args, bool needPassword,
+                                           bool needNewPassword)
+{
+    return {"VTQueryPinEx",
+            args.title,
+            args.header,
+            args.readerName,
+            args.carrierName,
+            args.containerName,
+            args.readerCaption,
+            args.carrierCaption,
+            args.containerCaption,
+            args.passwordTerm,
+            args.newPasswordTerm,
+            args.carrierActive,
+            args.triesLeft,
+            args.maxPasswordLength,
+            args.minPasswordLength,
+            args.maxNewPasswordLength,
+            args.minNewPasswordLength,
+            needPassword ? "1" : "0",
+            needNewPassword ? "1" : "0"};
+}
+
+Request NewPasswordRequest(const PasswordRequestArgs& args)
+{
+    Request request;
+    request.arguments = PasswordArguments(args, false, true);
+    request.decoder = KeyDecoder({{std::string(kPasswdKey), ValueKind::Secret}});
+    request.secretAnswer = true;
+    return request;
+}
+
+Request ChangePasswordRequest(const PasswordRequestArgs& args)
+{
+    Request request;
+    request.arguments = PasswordArguments(args, true, true);
+    request.decoder = ChangePasswordDecoder(LimitsOf(args));
+    request.secretAnswer = true;
+    return request;
+}
+
+PasswordLimits LimitsOf(const PasswordRequestArgs& args)
+{
+    PasswordLimits limits;
+    limits.maxOld = LimitOrNone(args.maxPasswordLength);
+    limits.minOld = LimitOrNone(args.minPasswordLength);
+    limits.maxNew = LimitOrNone(args.maxNewPasswordLength);
+    limits.minNew = LimitOrNone(args.minNewPasswordLength);
+    return limits;
+}
+
+std::optional<std::size_t> SplitChangeAnswer(std::string_view rest, const PasswordLimits& limits)
+{
+    std::optional<std::size_t> last;
+    std::optional<std::size_t> lastFitting;
+    for (std::size_t at = rest.find(kPasswdKey); at != std::string_view::npos;
+         at = rest.find(kPasswdKey, at + 1)) {
+        const std::size_t newStart = at + kPasswdKey.size();
+        last = newStart;
+        if (Fits(rest.substr(0, at), limits.minOld, limits.maxOld) &&
+            Fits(rest.substr(newStart), limits.minNew, limits.maxNew))
+            lastFitting = newStart;
+    }
+    return lastFitting ? lastFitting : last;
+}
+
+Decoder ChangePasswordDecoder(const PasswordLimits& limits)
+{
+    return [limits](std::string_view output, std::vector<Field>& fields, std::string& problem) {
+        fields.clear();
+        if (!output.starts_with(kOldPasswdKey)) {
+            problem = "expected the key " + std::string(kOldPasswdKey);
+            return false;
+        }
+        const std::string_view rest = output.substr(kOldPasswdKey.size());
+        const std::optional<std::size_t> newStart = SplitChangeAnswer(rest, limits);
+        if (!newStart) {
+            problem = "expected the key " + std::string(kPasswdKey);
+            return false;
+        }
+        fields.push_back(SecretField(kOldPasswdKey, rest.substr(0, *newStart - kPasswdKey.size())));
+        fields.push_back(SecretField(kPasswdKey, rest.substr(*newStart)));
+        return true;
+    };
+}
+
+} // namespace xvtui::client
