@@ -113,6 +113,10 @@ using SecretGone = PasswordGuiTest;
 
 TEST_F(SecretGone, NoCopyOfTheTypedPinRemains)
 {
+#if defined(__SANITIZE_ADDRESS__)
+    // Its shadow mappings look like anonymous memory but are not all readable.
+    GTEST_SKIP() << "the memory scan cannot run under AddressSanitizer";
+#endif
     std::uint32_t result = 1;
     {
         StdinFeed feed = StdinFeed::Words(7, 1);
