@@ -1,5 +1,6 @@
 #include "dialogs/password/PasswordWarnings.h"
 
+#include <climits>
 #include <cstdio>
 
 #include "base/secure/SecureString.h"
@@ -32,18 +33,20 @@ std::string PrintToString(const std::string& format, const std::string& value)
 
 bool HasNotASCIISymbols(std::string_view text)
 {
-    // Decoded the way CSPLocalizer::ToWstring does (up to the first NUL, "" on
-    // failure), but every copy is secure: the text may be a password.
-    const secure::String source(text);
-    const int measured = MultiByteToWideChar(TORVIK_CP_UTF8, 0, source.c_str(), -1, nullptr, 0);
-    std::size_t wideLength = 0;
-    if (measured > 0) {
-        secure::WString wide;
-        wide.resize(static_cast<std::size_t>(measured) - 1);
-        if (MultiByteToWideChar(TORVIK_CP_UTF8, 0, source.c_str(), -1, wide.data(), measured) != 0) {
-            wideLength = wide.size();
-        }
+    // Decoded as CSPLocalizer::ToWstring decodes (up to the first NUL; a failed
+    // conversion counts as no characters), but into secure storage, and in one
+    // call: a UTF-8 text never has more wide characters than bytes, so the
+    // target is big enough and no measuring pass leaves a wide copy in the
+    // converter's scratch space.
+    if (text.size() >= static_cast<std::size_t>(INT_MAX)) {
+        return true; // beyond what the converter takes; no entry holds that much
     }
+    const secure::String source(text);
+    secure::WString wide;
+    wide.resize(source.size() + 1);
+    const int converted = MultiByteToWideChar(TORVIK_CP_UTF8, 0, source.c_str(), -1, wide.data(),
+                                              static_cast<int>(wide.size()));
+    const std::size_t wideLength = converted > 0 ? static_cast<std::size_t>(converted) - 1 : 0;
     return wideLength != text.size();
 }
 
