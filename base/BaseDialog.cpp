@@ -51,6 +51,15 @@ void cbOnDestroy(GtkWidget*, gpointer data)
     callback::Forward<BaseDialog>("cbOnDestroy", data, &BaseDialog::OnDestroy);
 }
 
+// The parent seen at the first look; a re-parented helper has lost it. The
+// constructor takes the first look, so a parent that dies before the first
+// tick is still noticed.
+pid_t OriginalParent()
+{
+    static const pid_t parent = getppid();
+    return parent;
+}
+
 void QuitMainLoop()
 {
     // Outside gtk_main (a dialog ended before it was shown) there is nothing to quit.
@@ -68,6 +77,7 @@ BaseDialog::BaseDialog(unsigned dialogKind, const std::string& timeKey, const st
     m_showTime = GetTimeout(showTimeKey, 60);
     m_resumeTime = GetTimeout(resumeTimeKey, 0);
     m_timerId = 0;
+    OriginalParent();
     m_localizer = std::make_unique<CSPLocalizer>();
     if (dialogKind == kMessageDialogKind) {
         m_localizer->Localize(m_titleTerm);
@@ -284,8 +294,7 @@ bool BaseDialog::StringToInt(const char* text, int& value)
 
 bool BaseDialog::CheckBrokenPipe()
 {
-    // The parent seen at the first check; a re-parented helper has lost it.
-    static const pid_t parent = getppid();
+    const pid_t parent = OriginalParent();
     pollfd output{STDOUT_FILENO, POLLERR, 0};
     const bool pipeBroken = poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0;
     return pipeBroken || getppid() != parent;
