@@ -100,21 +100,6 @@ TEST_F(BaseDialogGui, CountdownLabelFollowsTheTicks)
     EXPECT_STREQ(dialog.TimerText(), "");
 }
 
-TEST_F(BaseDialogGui, ResumeTimeZeroNeverExtends)
-{
-    m_settings.SetLocal("[KeyDevices]\nprobe_time=3\nprobe_show_time=60\n");
-    ProbeDialog dialog;
-    const char* expected[] = {"00:03", "00:02", "00:01"};
-    for (const char* text : expected) {
-        dialog.ResetTimeout();
-        ASSERT_TRUE(dialog.OnTimer());
-        EXPECT_STREQ(dialog.TimerText(), text);
-    }
-    EXPECT_FALSE(dialog.OnTimer()); // the cancelling tick
-    EXPECT_EQ(dialog.GetResult(), ResultCode::Cancelled);
-    EXPECT_EQ(dialog.Window(), nullptr);
-}
-
 TEST_F(BaseDialogGui, ZeroTotalTimeCancelsAtFirstTick)
 {
     m_settings.SetLocal("[KeyDevices]\nprobe_time=0\n");
@@ -294,27 +279,6 @@ TEST_F(BaseDialogGui, RedrawLabelOnlyOnWidthChange)
     }
     gtk_widget_destroy(label);
     g_object_unref(label);
-}
-
-TEST_F(BaseDialogGui, SetWidgetColorForegroundOrBackground)
-{
-    ProbeDialog dialog;
-    GdkColor brown{};
-    ASSERT_TRUE(gdk_color_parse("brown", &brown));
-    GtkWidget* label = FindNamed(dialog.Window(), "xvtui-timer");
-    BaseDialog::SetWidgetColor(label, "brown", true);
-    GtkRcStyle* style = gtk_widget_get_modifier_style(label);
-    EXPECT_TRUE(style->color_flags[GTK_STATE_NORMAL] & GTK_RC_FG);
-    EXPECT_FALSE(style->color_flags[GTK_STATE_NORMAL] & GTK_RC_BG);
-    EXPECT_TRUE(gdk_color_equal(&style->fg[GTK_STATE_NORMAL], &brown));
-
-    GtkWidget* window = dialog.Window();
-    BaseDialog::SetWidgetColor(window, "grey", false);
-    GdkColor grey{};
-    gdk_color_parse("grey", &grey);
-    style = gtk_widget_get_modifier_style(window);
-    EXPECT_TRUE(style->color_flags[GTK_STATE_NORMAL] & GTK_RC_BG);
-    EXPECT_TRUE(gdk_color_equal(&style->bg[GTK_STATE_NORMAL], &grey));
 }
 
 } // namespace

@@ -173,22 +173,6 @@ TEST_F(MessageDialogGui, MessageTimeCancels)
     EXPECT_LT(elapsed, std::chrono::seconds(5));
 }
 
-TEST_F(MessageDialogGui, ZeroMessageTimeDoesNotCancel)
-{
-    m_settings.SetLocal("[KeyDevices]\nmessage_time=0\n");
-    auto dialog = Make({"0", "No time-out"});
-    // Past two ticks of the one-second timer, the dialog is still up.
-    const auto start = std::chrono::steady_clock::now();
-    WhenReady([start] {
-        GtkWidget* shown = FindMappedToplevel("xvtui-message");
-        if (shown == nullptr || std::chrono::steady_clock::now() - start < std::chrono::milliseconds(2200))
-            return false;
-        ClickResponse(shown, GTK_RESPONSE_OK);
-        return true;
-    });
-    EXPECT_EQ(dialog->ShowDialog(), ResultCode::Success);
-}
-
 TEST_F(MessageDialogGui, LostParentPipeEndsWith109)
 {
     auto dialog = Make({"2", "Parent gone"});
