@@ -337,6 +337,22 @@ void HelperProcess::Signal(int signal)
         kill(m_pid, signal);
 }
 
+bool HelperProcess::WaitForExit(std::chrono::milliseconds timeout)
+{
+    if (m_reaped)
+        return true;
+    const Deadline deadline = Clock::now() + timeout;
+    for (;;) {
+        pollfd fd{m_pidFd, POLLIN, 0};
+        const int ready = poll(&fd, 1, PollTimeout(deadline));
+        if (ready < 0 && errno == EINTR)
+            continue;
+        if (ready < 0)
+            throw SystemError("poll");
+        return ready > 0;
+    }
+}
+
 RunResult HelperProcess::Finish(std::optional<std::chrono::milliseconds> timeout)
 {
     if (m_finished)

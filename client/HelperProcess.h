@@ -65,6 +65,9 @@ public:
     void CloseOutput();
     // Sends `signal` to the helper.
     void Signal(int signal);
+    // Waits up to `timeout` for the helper to end, without collecting it or
+    // its answer; true when it has ended. Finish still has to be called.
+    bool WaitForExit(std::chrono::milliseconds timeout);
 
     // Writes the rest of the input, reads the answer and waits for the helper
     // to end. Past `timeout` the helper is killed and the result is marked

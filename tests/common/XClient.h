@@ -7,8 +7,6 @@
 // server, a deadline passed) throw std::runtime_error.
 #pragma once
 
-#include <X11/Xlib.h>
-
 #include <chrono>
 #include <map>
 #include <string>
@@ -16,7 +14,13 @@
 #include <sys/types.h>
 #include <vector>
 
+struct _XDisplay; // Xlib's Display; Xlib's macros (None, Bool, ...) stay out of tests
+
 namespace testkit {
+
+// An X window id (Xlib's Window); 0 is no window.
+using XWindow = unsigned long;
+inline constexpr XWindow kNoWindow = 0;
 
 using Millis = std::chrono::milliseconds;
 
@@ -39,21 +43,21 @@ public:
     XClient(const XClient&) = delete;
     XClient& operator=(const XClient&) = delete;
 
-    ::Display* Dpy() const { return m_dpy; }
+    _XDisplay* Dpy() const { return m_dpy; }
 
     // Waits until a viewable top-level window of process `pid` exists (its
     // _NET_WM_PID, which GDK sets on every top-level, equals pid) and returns
     // it. With a non-empty `title`, only a window of that title counts.
-    // Returns None when the deadline passes first.
-    Window WaitForWindow(pid_t pid, Millis timeout, const std::string& title = {});
+    // Returns kNoWindow when the deadline passes first.
+    XWindow WaitForWindow(pid_t pid, Millis timeout, const std::string& title = {});
     // The viewable top-level windows of `pid`, in stacking order (bottom first).
-    std::vector<Window> WindowsOf(pid_t pid);
+    std::vector<XWindow> WindowsOf(pid_t pid);
     // Waits until `window` is unmapped or destroyed; false on time-out.
-    bool WaitForWindowGone(Window window, Millis timeout);
+    bool WaitForWindowGone(XWindow window, Millis timeout);
 
     // Gives `window` the keyboard focus as a window manager would and waits
     // until the server has done it.
-    void Focus(Window window);
+    void Focus(XWindow window);
     // Types UTF-8 text through XTest. Characters the keymap lacks (Cyrillic,
     // for one) are put on spare keycodes first.
     void TypeText(std::string_view utf8);
@@ -66,45 +70,45 @@ public:
     void ClickCenter(const Rect& rect) { Click(rect.CenterX(), rect.CenterY()); }
     // Asks the window to close as a window manager's close button does
     // (a WM_PROTOCOLS / WM_DELETE_WINDOW client message).
-    void SendDeleteWindow(Window window);
+    void SendDeleteWindow(XWindow window);
     // The locked Caps Lock state of the core keyboard (XKB).
     bool CapsLockOn();
 
     // Window properties.
-    Rect Geometry(Window window);
-    std::string Title(Window window);
+    Rect Geometry(XWindow window);
+    std::string Title(XWindow window);
     // Viewable InputOnly descendants of `window`: each GtkButton (also check
     // and radio buttons, and selectable labels) has one as its event window.
     // GDK makes them real X windows only when the process runs with
     // GDK_NATIVE_WINDOWS=1 (otherwise they exist inside GDK alone), so tests
     // start the dialog with that variable set. Sorted top to bottom, then
     // left to right.
-    std::vector<Rect> ButtonWindows(Window window);
+    std::vector<Rect> ButtonWindows(XWindow window);
     // The lowest row of ButtonWindows (a dialog's action area), left to right.
-    std::vector<Rect> BottomButtonRow(Window window);
+    std::vector<Rect> BottomButtonRow(XWindow window);
 
     // Waits until the window has been drawn and its drawing has settled: at
     // least one damage report, then `quiet` without further damage. Returns
     // false when `timeout` passes first.
-    bool WaitForPaint(Window window, Millis timeout, Millis quiet = Millis(150));
+    bool WaitForPaint(XWindow window, Millis timeout, Millis quiet = Millis(150));
     // Saves the window's current contents as a PNG file.
-    void Screenshot(Window window, const std::string& pngPath);
+    void Screenshot(XWindow window, const std::string& pngPath);
 
     // Flushes requests and waits for the server to process them.
     void Sync();
 
 private:
-    KeyCode KeycodeFor(unsigned long keysym, bool& needShift);
-    void SendKey(KeyCode code, bool press);
+    unsigned char KeycodeFor(unsigned long keysym, bool& needShift);
+    void SendKey(unsigned char code, bool press);
     // Processes events until `done` holds or the deadline passes.
     template <typename Done>
     bool PumpUntil(Millis timeout, Done done);
 
-    ::Display* m_dpy = nullptr;
-    Window m_root = 0;
-    Atom m_pidAtom = 0;
-    std::map<unsigned long, KeyCode> m_remapped; // keysym -> spare keycode
-    std::vector<KeyCode> m_spareKeycodes;
+    _XDisplay* m_dpy = nullptr;
+    XWindow m_root = 0;
+    unsigned long m_pidAtom = 0;
+    std::map<unsigned long, unsigned char> m_remapped; // keysym -> spare keycode
+    std::vector<unsigned char> m_spareKeycodes;
     size_t m_nextSpare = 0;
     int m_damageEvent = -1;
 };

@@ -1,0 +1,111 @@
+// The process frame seen from the parent: usage text, refused keywords, no
+// display, and the loss of the parent or of the reader of the answer.
+#include "common/Blackbox.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+namespace {
+
+using namespace testkit;
+using namespace xvtui::client;
+using Clock = std::chrono::steady_clock;
+
+TEST(Frame, NoKeywordPrintsTheUsageTextAndExitsWithOne)
+{
+    Sandbox sandbox;
+    const RunResult run = xvtui::client::Run(RawRequest({}), HelperOptions(sandbox), kAnswerTimeout);
+    ASSERT_TRUE(run.exited);
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_EQ(run.output.view(), "You should not try run this manualy\n");
+}
+
+// Keyword matching is exact; none of these needs a display, so the factory's
+// refusal must come before GTK is started.
+TEST(Frame, UnknownKeywordsAreRefusedAndLogged)
+{
+    const char* const keywords[] = {"VTFoo", "vtdisplaymessage", "VTDisplayMessage ", " VTQueryPinEx",
+                                    "VTDisplayMessageEX", "", "VTRndm%s%n"};
+    for (const char* keyword : keywords) {
+        SCOPED_TRACE(std::string("keyword '") + keyword + "'");
+        Sandbox sandbox;
+        sandbox.UnsetEnv("DISPLAY");
+        const RunResult run =
+            xvtui::client::Run(RawRequest({keyword, "0", "text"}), HelperOptions(sandbox), kAnswerTimeout);
+        ASSERT_TRUE(run.exited);
+        EXPECT_EQ(run.output.view(), "ret=2147942487");
+        EXPECT_EQ(run.exitStatus, 87);
+        const std::string expected = std::string("Error in function: CreateDialog(...) : Error in creating ") +
+                                     keyword + " dialog";
+        EXPECT_NE(sandbox.ReadLog().find(expected), std::string::npos) << "log: " << sandbox.ReadLog();
+    }
+}
+
+TEST(Frame, WithoutADisplayTheAnswerIsCode1114)
+{
+    for (const char* display : {static_cast<const char*>(nullptr), ""}) {
+        SCOPED_TRACE(display == nullptr ? "DISPLAY unset" : "DISPLAY empty");
+        Sandbox sandbox;
+        if (display == nullptr)
+            sandbox.UnsetEnv("DISPLAY");
+        else
+            sandbox.SetEnv("DISPLAY", display);
+        const Answer answer = AskHelper(MessageRequest(130, "No display"), sandbox);
+        EXPECT_EQ(answer.outcome, Outcome::Refused);
+        EXPECT_EQ(answer.code, kNoDisplay);
+        EXPECT_EQ(answer.exitStatus, 90);
+        EXPECT_NE(sandbox.ReadLog().find("gtk_init_check failed"), std::string::npos);
+    }
+}
+
+// The helper watches its parent once a second: when the parent dies it
+// answers "ret=109" on the pipe (still read by us) and exits with 109. It
+// learns who its parent is at its first check, one second after start, so the
+// parent is killed only after that (the dialog must still be up then).
+TEST(Frame, LossOfTheParentEndsTheDialogWithBrokenPipe)
+{
+    Sandbox sandbox;
+    XClient x;
+    const auto started = Clock::now();
+    const Request request = MessageRequest(130, "The parent goes away");
+    ShownDialog dialog(request, sandbox, x, /*intermediateParent=*/true);
+    ASSERT_GT(dialog.Process().IntermediatePid(), 0);
+    const auto firstCheckDone = started + 1500ms - Clock::now();
+    ASSERT_FALSE(dialog.Process().WaitForExit(std::chrono::ceil<Millis>(firstCheckDone)));
+
+    const auto killed = Clock::now();
+    dialog.Process().KillIntermediate();
+    EXPECT_TRUE(dialog.Process().WaitForExit(kAnswerTimeout));
+    const auto took = Clock::now() - killed;
+    const Answer answer = dialog.Finish();
+
+    EXPECT_LT(took, 2s);
+    EXPECT_EQ(dialog.Output(), "ret=109");
+    EXPECT_EQ(answer.outcome, Outcome::Refused);
+    EXPECT_TRUE(answer.exited);
+    EXPECT_EQ(answer.exitStatus, 109);
+    EXPECT_NE(sandbox.ReadLog().find("broken pipe"), std::string::npos);
+}
+
+// A parent that stops reading: the helper sees the error on its output,
+// ends within two seconds, and is not killed by SIGPIPE when it writes.
+TEST(Frame, AReaderThatClosesTheAnswerPipeEndsTheDialog)
+{
+    Sandbox sandbox;
+    XClient x;
+    const Request request = MessageRequest(2, "Nobody listens");
+    ShownDialog dialog(request, sandbox, x);
+
+    const auto closed = Clock::now();
+    dialog.Process().CloseOutput();
+    EXPECT_TRUE(dialog.Process().WaitForExit(kAnswerTimeout));
+    const auto took = Clock::now() - closed;
+    const Answer answer = dialog.Finish();
+
+    EXPECT_LT(took, 2s);
+    EXPECT_TRUE(answer.exited) << "killed by signal " << answer.termSignal;
+    EXPECT_EQ(answer.exitStatus, 109);
+}
+
+} // namespace
