@@ -60,9 +60,10 @@ TEST(Frame, WithoutADisplayTheAnswerIsCode1114)
 }
 
 // The helper watches its parent once a second: when the parent dies it
-// answers "ret=109" on the pipe (still read by us) and exits with 109. It
-// learns who its parent is at its first check, one second after start, so the
-// parent is killed only after that (the dialog must still be up then).
+// answers "ret=109" on the pipe (still read by us) and exits with 109. The
+// parent is killed after the helper's first check (one second after start),
+// while the dialog is up, so the test does not depend on when the helper
+// first records its parent.
 TEST(Frame, LossOfTheParentEndsTheDialogWithBrokenPipe)
 {
     Sandbox sandbox;
