@@ -180,6 +180,11 @@ void XClient::Sync()
 
 std::vector<Window> XClient::WindowsOf(pid_t pid)
 {
+    return WindowsOf([pid](pid_t owner) { return owner == pid; });
+}
+
+std::vector<Window> XClient::WindowsOf(const std::function<bool(pid_t)>& matches)
+{
     std::vector<Window> found;
     ErrorTrap trap(m_dpy);
     Window rootReturn = 0, parent = 0;
@@ -199,7 +204,7 @@ std::vector<Window> XClient::WindowsOf(pid_t pid)
                                &format, &items, &after, &data) == Success &&
             data != nullptr) {
             if (type == XA_CARDINAL && format == 32 && items == 1 &&
-                static_cast<pid_t>(*reinterpret_cast<unsigned long*>(data)) == pid)
+                matches(static_cast<pid_t>(*reinterpret_cast<unsigned long*>(data))))
                 found.push_back(children[i]);
             XFree(data);
         }
@@ -211,11 +216,17 @@ std::vector<Window> XClient::WindowsOf(pid_t pid)
 
 Window XClient::WaitForWindow(pid_t pid, Millis timeout, const std::string& title)
 {
+    return WaitForWindow([pid](pid_t owner) { return owner == pid; }, timeout, title);
+}
+
+Window XClient::WaitForWindow(const std::function<bool(pid_t)>& matches, Millis timeout,
+                              const std::string& title)
+{
     Window result = None;
     PumpUntil(timeout, [&](const XEvent* event) {
         if (event != nullptr && event->type != MapNotify)
             return false;
-        for (Window w : WindowsOf(pid)) {
+        for (Window w : WindowsOf(matches)) {
             if (title.empty() || Title(w) == title) {
                 result = w;
                 return true;

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <string>
 #include <string_view>
@@ -50,8 +51,12 @@ public:
     // it. With a non-empty `title`, only a window of that title counts.
     // Returns kNoWindow when the deadline passes first.
     XWindow WaitForWindow(pid_t pid, Millis timeout, const std::string& title = {});
+    // As above, for the first process whose id `matches` accepts.
+    XWindow WaitForWindow(const std::function<bool(pid_t)>& matches, Millis timeout,
+                          const std::string& title = {});
     // The viewable top-level windows of `pid`, in stacking order (bottom first).
     std::vector<XWindow> WindowsOf(pid_t pid);
+    std::vector<XWindow> WindowsOf(const std::function<bool(pid_t)>& matches);
     // Waits until `window` is unmapped or destroyed; false on time-out.
     bool WaitForWindowGone(XWindow window, Millis timeout);
 

@@ -1,0 +1,64 @@
+#!/usr/bin/env bash
+# Shows a real message dialog the way the provider asks for one: xvtui-ask
+# starts the helper, xvtui-drive takes a PNG screenshot of the dialog and
+# answers it with the keyboard, and the decoded answer is printed.
+# Runs on $DISPLAY when there is one, otherwise on a private Xvfb.
+# Usage: scripts/demo.sh [build-dir]    (default: ./build)
+set -euo pipefail
+
+build=${1:-build}
+bin=$build/bin
+for tool in xvtui xvtui-ask xvtui-drive; do
+    if [ ! -x "$bin/$tool" ]; then
+        echo "demo: $bin/$tool is missing; build first: cmake -S . -B $build && cmake --build $build" >&2
+        exit 1
+    fi
+done
+out=$build/demo
+mkdir -p "$out"
+
+xvfb_pid=
+ask_pid=
+cleanup() {
+    if [ -n "$ask_pid" ]; then kill "$ask_pid" 2>/dev/null || true; fi
+    if [ -n "$xvfb_pid" ]; then kill "$xvfb_pid" 2>/dev/null || true; fi
+}
+trap cleanup EXIT
+
+if [ -z "${DISPLAY:-}" ]; then
+    # A private server on a free display: it writes the display number to the
+    # descriptor given with -displayfd once it accepts connections.
+    coproc XVFB { exec Xvfb -displayfd 1 -screen 0 1024x768x24 -nolisten tcp -noreset 2>/dev/null; }
+    xvfb_pid=$XVFB_PID
+    if ! read -r -t 10 -u "${XVFB[0]}" number; then
+        echo "demo: Xvfb did not start" >&2
+        exit 1
+    fi
+    export DISPLAY=":$number"
+    echo "demo: no DISPLAY, using a private Xvfb on $DISPLAY"
+fi
+
+shot=$out/message.png
+answer=$out/message-answer.txt
+rm -f "$shot" "$answer"
+
+# The question: OK and Cancel (0x02) and the "don't show again" box (0x80),
+# which starts ticked. The tool exits 0 when the dialog answered.
+"$bin/xvtui-ask" --helper "$bin/xvtui" --timeout 60 message --flags 130 \
+    "Old keys were found on this key carrier. They still work, but should be replaced soon." \
+    >"$answer" &
+ask_pid=$!
+
+# The box has the focus: space unticks it, Tab moves on to Cancel and then to
+# OK, and Return presses OK.
+"$bin/xvtui-drive" --child-of "$ask_pid" --wait-paint --screenshot "$shot" \
+    --key space --key Tab --key Tab --key Return
+
+status=0
+wait "$ask_pid" || status=$?
+ask_pid=
+
+echo "screenshot: $shot"
+echo "answer (xvtui-ask exit status $status):"
+sed 's/^/  /' "$answer"
+exit "$status"
