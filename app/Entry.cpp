@@ -48,21 +48,21 @@ int RunEntry(int argc, char** argv, std::FILE* out)
         result = ResultCode::ForeignException;
     }
     // Success needs a dialog to answer; an error before one existed cannot be one.
-    if (result == ResultCode::Success && dialog == nullptr)
+    if (result == ResultCode::Answered && dialog == nullptr)
         result = ResultCode::Failed;
 
-    if (result == ResultCode::Success) {
+    if (result == ResultCode::Answered) {
         try {
             dialog->PrintResultToPipe();
         } catch (const xvtui_exception& error) {
             LogError(log, error.what(), __LINE__);
-            result = error.GetCode() != ResultCode::Success ? error.GetCode() : ResultCode::Failed;
+            result = error.GetCode() != ResultCode::Answered ? error.GetCode() : ResultCode::Failed;
         } catch (const std::exception& error) {
             LogError(log, error.what(), __LINE__);
             result = ResultCode::ForeignException;
         }
     }
-    if (result != ResultCode::Success) {
+    if (result != ResultCode::Answered) {
         std::fprintf(out, "ret=%u", static_cast<unsigned>(result));
     }
     // A reader that is gone makes this fail (SIGPIPE is ignored); the status stays.

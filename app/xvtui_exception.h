@@ -20,7 +20,8 @@
 
 // The result codes that the frame and the dialogs report.
 namespace ResultCode {
-inline constexpr std::uint32_t Success = 0;
+// The dialog answered (not named Success: X11 defines that as a macro).
+inline constexpr std::uint32_t Answered = 0;
 // The user cancelled, closed the window or let the time-out expire.
 inline constexpr std::uint32_t Cancelled = 0x8010006E;
 // A dialog ended without an answer; also the result when the parent is lost.

@@ -121,7 +121,7 @@ bool MessageDialog::IsOldKeysWarning() const
 
 void MessageDialog::OnResponse(GtkResponseType response)
 {
-    m_result = response == GTK_RESPONSE_OK ? ResultCode::Success : ResultCode::Cancelled;
+    m_result = response == GTK_RESPONSE_OK ? ResultCode::Answered : ResultCode::Cancelled;
     if (m_dontShowCheck != nullptr) {
         m_dontShowWarning = gtk_toggle_button_get_active(GTK_TOGGLE_BUTTON(m_dontShowCheck)) != FALSE;
         gtk_widget_destroy(m_dontShowCheck);
