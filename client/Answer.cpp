@@ -67,30 +67,30 @@ std::optional<std::uint32_t> ParseRetText(std::string_view output)
     return static_cast<std::uint32_t>(value);
 }
 
-Decoder KeyDecoder(std::vector<KeySpec> keys)
+Decoder KeyDecoder(std::vector<AnswerKey> keys)
 {
     return [keys = std::move(keys)](std::string_view output, std::vector<Field>& fields,
                                     std::string& problem) {
         fields.clear();
         size_t pos = 0;
         for (size_t i = 0; i < keys.size(); ++i) {
-            const KeySpec& spec = keys[i];
-            if (output.substr(pos, spec.key.size()) != spec.key) {
-                problem = "expected the key " + spec.key;
+            const AnswerKey& expected = keys[i];
+            if (output.substr(pos, expected.key.size()) != expected.key) {
+                problem = "expected the key " + expected.key;
                 return false;
             }
-            pos += spec.key.size();
+            pos += expected.key.size();
             const bool last = i + 1 == keys.size();
             size_t end = output.size();
-            if (spec.kind == ValueKind::Flag) {
+            if (expected.kind == ValueKind::Flag) {
                 const std::string_view rest = output.substr(pos);
                 end = pos + (rest.starts_with("true") ? 4 : rest.starts_with("false") ? 5 : 0);
                 if (end == pos) {
-                    problem = spec.key + " is not followed by true or false";
+                    problem = expected.key + " is not followed by true or false";
                     return false;
                 }
                 if (last && end != output.size()) {
-                    problem = "unexpected text after " + spec.key;
+                    problem = "unexpected text after " + expected.key;
                     return false;
                 }
             } else if (!last) {
@@ -101,9 +101,9 @@ Decoder KeyDecoder(std::vector<KeySpec> keys)
                 }
             }
             Field field;
-            field.key = spec.key;
+            field.key = expected.key;
             field.value.assign(output.substr(pos, end - pos));
-            field.secret = spec.kind == ValueKind::Secret;
+            field.secret = expected.kind == ValueKind::Secret;
             fields.push_back(std::move(field));
             pos = end;
         }

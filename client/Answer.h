@@ -90,7 +90,7 @@ enum class ValueKind {
     Secret, // as Text, but a password: kept secret when shown
 };
 
-struct KeySpec {
+struct AnswerKey {
     std::string key; // with its "="
     ValueKind kind = ValueKind::Text;
 };
@@ -99,7 +99,7 @@ struct KeySpec {
 // no separators. A flag value is "true" or "false"; any other value runs to
 // the next key, searched from where the value starts; the last value runs to
 // the end of the output (so a password may contain anything, even a key).
-Decoder KeyDecoder(std::vector<KeySpec> keys);
+Decoder KeyDecoder(std::vector<AnswerKey> keys);
 
 // Decodes a run: "ret=" and a code, the usage text, or the request's answer.
 Answer Decode(const RunResult& run, const Decoder& decoder);

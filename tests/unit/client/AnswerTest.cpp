@@ -202,7 +202,7 @@ TEST(AskCommand, CommandLines)
         {{"--timeout", "soon", "message", "x"}, std::nullopt},
         {{"--helper", "", "message", "x"}, std::nullopt},
         {{"--verbose", "message", "x"}, std::nullopt},
-        {{"password", "x"}, std::nullopt},
+        {{"frobnicate", "x"}, std::nullopt},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(::testing::PrintToString(c.args));
