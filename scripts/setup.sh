@@ -10,7 +10,7 @@ export DEBIAN_FRONTEND=noninteractive
 $SUDO apt-get update
 $SUDO apt-get install -y --no-install-recommends \
     g++ cmake make pkg-config \
-    libgtk2.0-dev libx11-dev libxtst-dev \
+    libgtk2.0-dev libx11-dev libxtst-dev libxdamage-dev \
     libgtest-dev googletest \
     xvfb xauth x11-utils fonts-dejavu-core \
     locales libc-bin ca-certificates
