@@ -4,7 +4,9 @@
 #include "client/HelperProcess.h"
 #include "client/PasswordRequest.h"
 
+#include <cctype>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 
 namespace xvtui::client {
@@ -48,10 +50,34 @@ constexpr PasswordOption kPasswordOptions[] = {
     {"--min-new", &PasswordRequestArgs::minNewPasswordLength},
 };
 
+// A check-box control word: decimal, or hexadecimal with 0x, up to 32 bits.
+bool ParseControlWord(const std::string& text, std::uint32_t& out)
+{
+    const bool hex = text.starts_with("0x") || text.starts_with("0X");
+    const std::string digits = hex ? text.substr(2) : text;
+    if (digits.empty() || !std::isxdigit(static_cast<unsigned char>(digits[0])))
+        return false;
+    errno = 0;
+    char* end = nullptr;
+    const unsigned long long value = std::strtoull(digits.c_str(), &end, hex ? 16 : 10);
+    if (errno != 0 || end == nullptr || *end != '\0' || value > 0xFFFFFFFFull)
+        return false;
+    out = static_cast<std::uint32_t>(value);
+    return true;
+}
+
+// The control words of the one-entry dialog's two boxes. Unless given, both
+// boxes are shown, changeable and unticked.
+struct PinBoxes {
+    std::uint32_t save = kBoxVisible | kBoxChangeable;
+    std::uint32_t dontCache = kBoxVisible | kBoxChangeable;
+};
+
 // Reads password options from args[i] on, up to the end; false (and `error`)
-// on an unknown option, a missing value or a positional argument.
+// on an unknown option, a missing value or a positional argument. With
+// `boxes`, --save-box and --dont-cache-box are taken as well.
 bool ParsePasswordOptions(const std::vector<std::string>& args, size_t i, const std::string& request,
-                          PasswordRequestArgs& out, std::string& error)
+                          PasswordRequestArgs& out, PinBoxes* boxes, std::string& error)
 {
     for (; i < args.size(); ++i) {
         const PasswordOption* option = nullptr;
@@ -59,7 +85,12 @@ bool ParsePasswordOptions(const std::vector<std::string>& args, size_t i, const 
             if (args[i] == candidate.name)
                 option = &candidate;
         }
-        if (option == nullptr) {
+        std::uint32_t* word = nullptr;
+        if (boxes != nullptr && args[i] == "--save-box")
+            word = &boxes->save;
+        else if (boxes != nullptr && args[i] == "--dont-cache-box")
+            word = &boxes->dontCache;
+        if (option == nullptr && word == nullptr) {
             error = "unknown " + request + " option " + args[i];
             return false;
         }
@@ -67,7 +98,13 @@ bool ParsePasswordOptions(const std::vector<std::string>& args, size_t i, const 
             error = args[i] + " needs a value";
             return false;
         }
-        out.*(option->field) = args[++i];
+        ++i;
+        if (option != nullptr) {
+            out.*(option->field) = args[i];
+        } else if (!ParseControlWord(args[i], *word)) {
+            error = args[i - 1] + " needs a 32-bit number, not " + args[i];
+            return false;
+        }
     }
     return true;
 }
@@ -81,6 +118,10 @@ std::string AskUsageText()
            "  message [--flags N] [--ex] TEXT   show a message (flags: 2 OK and Cancel,\n"
            "                                    128 the \"don't show again\" box)\n"
            "  raw [KEYWORD [ARGUMENT...]]       any command line, answer shown as is\n"
+           "  pin [PASSWORD OPTIONS] [--save-box N] [--dont-cache-box N]\n"
+           "                                    the current password or PIN; N drives a\n"
+           "                                    check box: 1 shown, 2 changeable, 4 ticked\n"
+           "                                    (default 3)\n"
            "  new-password [PASSWORD OPTIONS]   a new password and its confirmation\n"
            "  change-password [PASSWORD OPTIONS]\n"
            "                                    the current password, a new one and its\n"
@@ -164,9 +205,15 @@ std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, 
             return std::nullopt;
         }
         command.request = MessageRequest(flags, args[i], extended);
+    } else if (kind == "pin") {
+        PasswordRequestArgs password;
+        PinBoxes boxes;
+        if (!ParsePasswordOptions(args, i, kind, password, &boxes, error))
+            return std::nullopt;
+        command.request = PinRequest(password, boxes.save, boxes.dontCache);
     } else if (kind == "new-password" || kind == "change-password") {
         PasswordRequestArgs password;
-        if (!ParsePasswordOptions(args, i, kind, password, error))
+        if (!ParsePasswordOptions(args, i, kind, password, nullptr, error))
             return std::nullopt;
         command.request =
             kind == "new-password" ? NewPasswordRequest(password) : ChangePasswordRequest(password);

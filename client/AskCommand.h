@@ -3,6 +3,9 @@
 //   xvtui-ask [--helper PATH] [--timeout SECONDS] [--reveal] REQUEST
 //     message [--flags N] [--ex] TEXT   a message (VTDisplayMessage[Ex])
 //     raw [KEYWORD [ARGUMENT...]]       any command line, answer shown as is
+//     pin [PASSWORD OPTIONS] [--save-box N] [--dont-cache-box N]
+//                                       the current password or PIN, with the
+//                                       control words of its two check boxes
 //     new-password [PASSWORD OPTIONS]   a new password, twice (VTQueryPinEx)
 //     change-password [PASSWORD OPTIONS] the current password and a new one, twice
 //   PASSWORD OPTIONS: --title, --header, --reader, --carrier, --container,

@@ -76,6 +76,19 @@ std::vector<std::string> PasswordArguments(const PasswordRequestArgs& args, bool
             needNewPassword ? "1" : "0"};
 }
 
+Request PinRequest(const PasswordRequestArgs& args, std::uint32_t saveBox, std::uint32_t dontCacheBox)
+{
+    Request request;
+    request.arguments = PasswordArguments(args, true, false);
+    AppendWord(request.input, saveBox);
+    AppendWord(request.input, dontCacheBox);
+    request.decoder = KeyDecoder({{std::string(kSavePasswdKey), ValueKind::Flag},
+                                  {std::string(kDontCacheKey), ValueKind::Flag},
+                                  {std::string(kPasswdKey), ValueKind::Secret}});
+    request.secretAnswer = true;
+    return request;
+}
+
 Request NewPasswordRequest(const PasswordRequestArgs& args)
 {
     Request request;

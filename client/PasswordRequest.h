@@ -1,16 +1,21 @@
-// PasswordRequest.h: the "VTQueryPinEx" requests for a new password and for a
-// password change, and the arguments every password request shares.
+// PasswordRequest.h: the "VTQueryPinEx" requests for a password or PIN, for a
+// new password and for a password change, and the arguments every password
+// request shares.
 //
 // One keyword serves three dialogs; its two last arguments choose one: ask
-// the current password (argv[18]) and ask a new one (argv[19]). Both set gives
-// the change dialog (current, new, confirmation), only the second the
-// new-password dialog (new, confirmation). Neither dialog reads standard
-// input. Their answers:
+// the current password (argv[18]) and ask a new one (argv[19]). Only the
+// first gives the one-entry dialog, both the change dialog (current, new,
+// confirmation), only the second the new-password dialog (new,
+// confirmation). The one-entry dialog alone reads standard input: two
+// control words for its two check boxes. The answers:
 //
+//   password/PIN:  "XVTUI_save_passwd=" true|false "XVTUI_dont_cache=" true|false
+//                  "XVTUI_passwd=" PASSWORD
 //   new password:  "XVTUI_passwd=" NEW
 //   change:        "XVTUI_old_passwd=" OLD "XVTUI_passwd=" NEW
 //
-// with no separators, lengths or terminator. The change answer is therefore
+// with no separators, lengths or terminator. The password is always last and
+// runs to the end of the output, so whatever it contains is read whole. The change answer is therefore
 // ambiguous whenever OLD or NEW themselves contain "XVTUI_passwd=": from the
 // bytes alone there is no telling which occurrence of the key starts NEW.
 // The decoder here picks, among the occurrences after OLD's key, the last
@@ -37,6 +42,17 @@ namespace xvtui::client {
 // The answer keys of the password dialogs.
 inline constexpr std::string_view kPasswdKey = "XVTUI_passwd=";
 inline constexpr std::string_view kOldPasswdKey = "XVTUI_old_passwd=";
+inline constexpr std::string_view kSavePasswdKey = "XVTUI_save_passwd=";
+inline constexpr std::string_view kDontCacheKey = "XVTUI_dont_cache=";
+
+// Bits of a check-box control word of the one-entry dialog (only the lowest
+// byte counts). Without kBoxVisible the box is hidden while the dialog is
+// built, and shown again, changeable and unticked, when the window appears.
+enum CheckBoxBits : std::uint32_t {
+    kBoxVisible = 0x1,    // the box is shown
+    kBoxChangeable = 0x2, // the user may toggle it (else it is greyed and fixed)
+    kBoxChecked = 0x4,    // it starts ticked
+};
 
 // argv[2] to argv[17] of a "VTQueryPinEx" request. The numbers travel as
 // text, as on the command line, so that malformed ones can be sent on purpose.
@@ -64,6 +80,12 @@ struct PasswordRequestArgs {
 std::vector<std::string> PasswordArguments(const PasswordRequestArgs& args, bool needPassword,
                                            bool needNewPassword);
 
+// The current password or PIN (the one-entry dialog). `saveBox` drives the
+// "Save password in system" box and `dontCacheBox` the "Require password for
+// every operation" box (CheckBoxBits); both go to standard input as 32-bit
+// words in host byte order. The answer has two flags, kSavePasswdKey and
+// kDontCacheKey, and one secret field, kPasswdKey.
+Request PinRequest(const PasswordRequestArgs& args, std::uint32_t saveBox, std::uint32_t dontCacheBox);
 // A new password and its confirmation; the answer has one secret field,
 // kPasswdKey.
 Request NewPasswordRequest(const PasswordRequestArgs& args);
