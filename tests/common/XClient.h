@@ -64,7 +64,9 @@ public:
     // until the server has done it.
     void Focus(XWindow window);
     // Types UTF-8 text through XTest. Characters the keymap lacks (Cyrillic,
-    // for one) are put on spare keycodes first.
+    // for one) are put on spare keycodes first, on both levels, so Shift and
+    // Caps Lock do not change them; letters of the keymap follow Caps Lock as
+    // they would for a user.
     void TypeText(std::string_view utf8);
     // Presses and releases a key by keysym name ("Return", "Escape", "Tab",
     // "space", "Caps_Lock", "a"), holding the named modifier keysyms
