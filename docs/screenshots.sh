@@ -1,0 +1,82 @@
+#!/usr/bin/env bash
+# Makes the screenshots of the new-password and password-change dialogs in
+# docs/, in English and in Russian, on a private Xvfb. Each dialog is asked
+# through xvtui-ask, filled in by xvtui-drive with real key presses,
+# photographed once drawn, and cancelled.
+# Usage: docs/screenshots.sh [build-dir]   (default: build)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=$(cd "${1:-build}" && pwd)
+docs=$(pwd)/docs
+for tool in xvtui xvtui-ask xvtui-drive; do
+    [ -x "$build/bin/$tool" ] || { echo "no $build/bin/$tool: build first" >&2; exit 1; }
+done
+
+work=$(mktemp -d)
+xvfb_pid=""
+ask_pid=""
+cleanup() {
+    if [ -n "$ask_pid" ]; then kill "$ask_pid" 2>/dev/null || true; wait "$ask_pid" 2>/dev/null || true; fi
+    if [ -n "$xvfb_pid" ]; then kill "$xvfb_pid" 2>/dev/null || true; fi
+    rm -rf "$work"
+}
+trap cleanup EXIT
+
+# A private server on a free display: it writes the display number to the
+# descriptor given with -displayfd once it accepts connections.
+coproc XVFB { exec Xvfb -displayfd 1 -screen 0 1024x768x24 -nolisten tcp -noreset 2>/dev/null; }
+xvfb_pid=$XVFB_PID
+if ! read -r -t 10 -u "${XVFB[0]}" number; then
+    echo "screenshots: Xvfb did not start" >&2
+    exit 1
+fi
+export DISPLAY=":$number"
+export TORVIK_CATALOG_DIR="$build/share/torvik/nls"
+export TORVIK_LOCALE_CATALOG_DIR="$build/share/torvik/nls/ru"
+export TORVIK_LOCAL_CONFIG="$work/local.ini" TORVIK_GLOBAL_CONFIG="$work/global.ini"
+export TORVIK_LOG="$work/xvtui.log"
+# The tries-left texts are looked up through the system's catalogue search
+# path first; point it at the build tree's catalogues by language, as an
+# installed system's would be (a language without one falls back to English).
+export NLSPATH="$build/share/torvik/nls/%l/%N"
+# GDK then gives each button its own X window, which xvtui-drive clicks.
+export GDK_NATIVE_WINDOWS=1
+
+# shot FILE LOCALE REQUEST DRIVE-ACTIONS -- ASK-OPTIONS...
+shot() {
+    local file=$1 locale=$2 request=$3
+    shift 3
+    local actions=()
+    while [ "$1" != "--" ]; do actions+=("$1"); shift; done
+    shift
+    LC_ALL=$locale LANG=$locale "$build/bin/xvtui-ask" "$request" "$@" >"$work/answer" &
+    ask_pid=$!
+    "$build/bin/xvtui-drive" --child-of "$ask_pid" "${actions[@]}" \
+        --wait-paint --screenshot "$docs/$file" --click-button -1
+    wait "$ask_pid" || true # cancelled: xvtui-ask reports it with status 1
+    ask_pid=""
+    echo "$docs/$file: $(head -n1 "$work/answer")"
+}
+
+shot new-password.png C.UTF-8 new-password \
+    --type "secret" --key Tab --type "secre" -- \
+    --title "New PIN" --header "Choose a PIN for the new key container." \
+    --reader "Reader 0" --carrier "Token 4F2A1C" --container "signing-key-2026" \
+    --term "PIN" --min-new 6 --max-new 16
+shot new-password-ru.png ru_RU.UTF-8 new-password \
+    --type "secret" --key Tab --type "secre" -- \
+    --title "Новый PIN-код" --header "Задайте PIN-код для нового контейнера ключей." \
+    --reader "Считыватель 0" --carrier "Токен 4F2A1C" --container "signing-key-2026" \
+    --reader-caption "Считыватель:" --carrier-caption "Носитель:" --container-caption "Контейнер:" \
+    --term "PIN-код" --min-new 6 --max-new 16
+shot change-password.png C.UTF-8 change-password \
+    --type "old-pin" --key Tab --type "abc" -- \
+    --title "Change PIN" --header "Change the PIN of the key container." \
+    --reader "Reader 0" --carrier "Token 4F2A1C" --container "signing-key-2026" \
+    --term "PIN" --tries 2 --min 4 --min-new 6
+shot change-password-ru.png ru_RU.UTF-8 change-password \
+    --type "old-pin" --key Tab --type "abc" -- \
+    --title "Смена PIN-кода" --header "Смените PIN-код контейнера ключей." \
+    --reader "Считыватель 0" --carrier "Токен 4F2A1C" --container "signing-key-2026" \
+    --reader-caption "Считыватель:" --carrier-caption "Носитель:" --container-caption "Контейнер:" \
+    --term "PIN-код" --tries 2 --min 4 --min-new 6
