@@ -1,3 +1,2 @@
 target_sources(xvtui_core PRIVATE
-    ${CMAKE_CURRENT_LIST_DIR}/SecureMemory.cpp
     ${CMAKE_CURRENT_LIST_DIR}/SecureEntryBuffer.cpp)
