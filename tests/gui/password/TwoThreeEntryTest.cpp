@@ -198,7 +198,7 @@ TEST_F(TwoEntryGui, FieldsFormATwoRowTable)
         guint row;
     };
     const Row expectedRows[] = {{"xvtui-new-password-caption", "New PIN:", "xvtui-new-password-entry", 0},
-                         {"xvtui-confirm-password-caption", "Repeat the new PIN:", "xvtui-confirm-password-entry", 1}};
+                         {"xvtui-confirm-password-caption", "Confirm PIN:", "xvtui-confirm-password-entry", 1}};
     for (const Row& row : expectedRows) {
         SCOPED_TRACE(row.entry);
         GtkWidget* caption = Widget(row.caption);
