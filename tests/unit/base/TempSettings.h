@@ -2,12 +2,11 @@
 // named by the support library's environment variables for this process.
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 #include <unistd.h>
@@ -20,9 +19,9 @@ public:
         if (mkdtemp(pattern.data()) == nullptr)
             throw std::runtime_error("mkdtemp failed");
         m_dir = pattern;
-        setenv("TORVIK_LOCAL_CONFIG", Path("local.ini").c_str(), 1);
-        setenv("TORVIK_GLOBAL_CONFIG", Path("global.ini").c_str(), 1);
-        setenv("TORVIK_LOG", Path("log.txt").c_str(), 1);
+        setenv("TORVIK_LOCAL_CONFIG", (m_dir / "local.ini").c_str(), 1);
+        setenv("TORVIK_GLOBAL_CONFIG", (m_dir / "global.ini").c_str(), 1);
+        setenv("TORVIK_LOG", (m_dir / "log.txt").c_str(), 1);
     }
     ~TempSettings()
     {
@@ -30,24 +29,22 @@ public:
         std::filesystem::remove_all(m_dir, ignored);
     }
 
-    std::string Path(const std::string& name) const { return (m_dir / name).string(); }
     // Writes `content` as the local or global settings file; nullptr removes it.
     void SetLocal(const char* content) { Write("local.ini", content); }
     void SetGlobal(const char* content) { Write("global.ini", content); }
     std::string Log() const
     {
-        std::ifstream in(Path("log.txt"));
+        std::ifstream in(m_dir / "log.txt");
         return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     }
 
 private:
-    void Write(const std::string& name, const char* content)
+    void Write(const char* name, const char* content)
     {
-        if (content == nullptr) {
+        if (content == nullptr)
             std::filesystem::remove(m_dir / name);
-            return;
-        }
-        std::ofstream(Path(name), std::ios::trunc) << content;
+        else
+            std::ofstream(m_dir / name, std::ios::trunc) << content;
     }
 
     std::filesystem::path m_dir;
