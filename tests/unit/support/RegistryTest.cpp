@@ -1,235 +1,139 @@
-// The settings store: path parsing, the local and global INI files, value
+// The settings store: path syntax, the local and global INI files, value
 // syntax, and files that are missing, unreadable, malformed or hostile.
-
 #include "support/torvik.h"
-#include "SupportTestUtil.h"
+#include "common/Sandbox.h"
+#include "common/UnitKit.h"
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <string>
 #include <sys/stat.h>
-#include <vector>
+#include <unistd.h>
 
 namespace {
 
-using supporttest::RunInChild;
-using supporttest::TempDir;
-using supporttest::WriteFile;
-
 constexpr long kUntouched = 0x5A5A;
-constexpr unsigned int kAnyError = ~0u;
+constexpr unsigned kBad = TORVIK_ERROR_INVALID_DATA, kMissing = TORVIK_ERROR_FILE_NOT_FOUND, kAny = ~0u;
 
-const char* const kLocalIni = R"(# settings of this user
-[KeyDevices]
-passwd_time = 30
-negative = -15
-wide = 8589934592
-hex = 0x1F
-hexwide = 0xFFFFFFFFFFFFFFFF
-max = 9223372036854775807
-min = -9223372036854775808
-over = 9223372036854775808
-under = -9223372036854775809
-hexover = 0x10000000000000000
-plus = +7
-padded =   42
-leadingzero = 010
-junk = 12a
-empty =
-fraction = 1.5
-inner = 1 2
-signedhex = -0x10
-barehex = 0x
-sign = -
-word = thirty
-#commented = 9
+// Value texts of [KeyDevices] in the local file, as keys v0, v1, ...
+const struct {
+    const char* text;
+    unsigned rc;
+    long value = 0;
+} kValues[] = {
+    {"30", 0, 30}, {"-15", 0, -15}, {"8589934592", 0, 8589934592L}, {"0x1F", 0, 31},
+    {"0xFFFFFFFFFFFFFFFF", 0, -1}, {"9223372036854775807", 0, LONG_MAX}, {"-9223372036854775808", 0, LONG_MIN},
+    {"+7", 0, 7}, {"  42", 0, 42}, {"010", 0, 10}, // decimal, not octal
+    {"9223372036854775808", kBad}, {"-9223372036854775809", kBad}, {"0x10000000000000000", kBad},
+    {"12a", kBad}, {"", kBad}, {"1.5", kBad}, {"1 2", kBad}, {"-0x10", kBad}, {"0x", kBad}, {"-", kBad}, {"thirty", kBad},
+};
 
-[KeyDevices\Deep\Er]
-value = 5
-)";
-
-const char* const kGlobalIni = R"([KeyDevices]
-passwd_time = 99
-only_global = 7
-)";
+// The code of a lookup; a failure must leave the value untouched.
+unsigned Read(const char* path, long& value)
+{
+    value = kUntouched;
+    const unsigned rc = support_registry_get_long(path, &value);
+    if (rc != 0) {
+        EXPECT_EQ(value, kUntouched) << path;
+    }
+    return rc;
+}
 
 class Registry : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        m_local = m_dir.File("local.ini");
-        m_global = m_dir.File("global.ini");
-        WriteFile(m_local, kLocalIni);
-        WriteFile(m_global, kGlobalIni);
-        setenv("TORVIK_LOCAL_CONFIG", m_local.c_str(), 1);
-        setenv("TORVIK_GLOBAL_CONFIG", m_global.c_str(), 1);
+        std::string local = "# settings of this user\n[KeyDevices]\n#commented = 9\n";
+        for (size_t i = 0; i < std::size(kValues); ++i)
+            local += "v" + std::to_string(i) + " = " + kValues[i].text + "\n";
+        m_box.WriteFile("local.ini", local + "[KeyDevices\\Deep\\Er]\nvalue = 5\n");
+        m_box.WriteFile("global.ini", "[KeyDevices]\nv0 = 99\nonly_global = 7\n");
+        setenv("TORVIK_LOCAL_CONFIG", m_box.LocalConfig().c_str(), 1);
+        setenv("TORVIK_GLOBAL_CONFIG", m_box.GlobalConfig().c_str(), 1);
     }
     void TearDown() override
     {
         unsetenv("TORVIK_LOCAL_CONFIG");
         unsetenv("TORVIK_GLOBAL_CONFIG");
     }
-
-    // Reads `path`; returns the code and checks that a failure leaves the value alone.
-    static unsigned int Read(const char* path, long& value)
-    {
-        value = kUntouched;
-        const unsigned int rc = support_registry_get_long(path, &value);
-        if (rc != 0) {
-            EXPECT_EQ(value, kUntouched) << path;
-        }
-        return rc;
-    }
-
-    TempDir m_dir;
-    std::string m_local;
-    std::string m_global;
-};
-
-struct Lookup {
-    const char* path;
-    unsigned int rc;
-    long value;
+    testkit::Sandbox m_box;
 };
 
 TEST_F(Registry, ValuesAndTheirSyntax)
 {
-    const std::vector<Lookup> cases = {
-        {"\\local\\KeyDevices\\passwd_time", 0, 30},
-        {"\\global\\KeyDevices\\passwd_time", 0, 99},
-        {"\\global\\KeyDevices\\only_global", 0, 7},
-        {"\\local\\KeyDevices\\only_global", TORVIK_ERROR_FILE_NOT_FOUND, 0},
-        {"\\local\\KeyDevices\\negative", 0, -15},
-        {"\\local\\KeyDevices\\wide", 0, 8589934592L},
-        {"\\local\\KeyDevices\\hex", 0, 31},
-        {"\\local\\KeyDevices\\hexwide", 0, -1},
-        {"\\local\\KeyDevices\\max", 0, 9223372036854775807L},
-        {"\\local\\KeyDevices\\min", 0, -9223372036854775807L - 1},
-        {"\\local\\KeyDevices\\plus", 0, 7},
-        {"\\local\\KeyDevices\\padded", 0, 42},
-        {"\\local\\KeyDevices\\leadingzero", 0, 10},
-        {"\\local\\KeyDevices\\Deep\\Er\\value", 0, 5},
-        {"\\local\\KeyDevices\\over", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\under", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\hexover", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\junk", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\empty", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\fraction", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\inner", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\signedhex", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\barehex", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\sign", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\word", TORVIK_ERROR_INVALID_DATA, 0},
-        {"\\local\\KeyDevices\\commented", TORVIK_ERROR_FILE_NOT_FOUND, 0},
-        {"\\local\\NoSuchKey\\passwd_time", TORVIK_ERROR_FILE_NOT_FOUND, 0},
-        {"\\local\\KeyDevices\\Deep\\value", TORVIK_ERROR_FILE_NOT_FOUND, 0},
-    };
-    for (const auto& c : cases) {
+    long value = 0;
+    for (size_t i = 0; i < std::size(kValues); ++i) {
+        const std::string path = "\\local\\KeyDevices\\v" + std::to_string(i);
+        EXPECT_EQ(Read(path.c_str(), value), kValues[i].rc) << '"' << kValues[i].text << '"';
+        if (kValues[i].rc == 0) {
+            EXPECT_EQ(value, kValues[i].value) << '"' << kValues[i].text << '"';
+        }
+    }
+    const struct {
+        const char* path;
+        unsigned rc;
         long value = 0;
+    } lookups[] = {
+        {"\\global\\KeyDevices\\v0", 0, 99}, {"\\global\\KeyDevices\\only_global", 0, 7},
+        {"\\local\\KeyDevices\\only_global", kMissing}, {"\\local\\KeyDevices\\commented", kMissing},
+        {"\\local\\NoSuchKey\\v0", kMissing}, {"\\local\\KeyDevices\\Deep\\Er\\value", 0, 5},
+        {"\\local\\KeyDevices\\Deep\\value", kMissing},
+    };
+    for (const auto& c : lookups) {
         EXPECT_EQ(Read(c.path, value), c.rc) << c.path;
         if (c.rc == 0) {
             EXPECT_EQ(value, c.value) << c.path;
         }
     }
-}
-
-TEST_F(Registry, MalformedPathsAreInvalidParameters)
-{
-    const std::vector<const char*> paths = {
-        "",
-        "\\local\\",
-        "\\local\\passwd_time",
-        "\\local\\KeyDevices\\",
-        "\\local\\\\passwd_time",
-        "\\local\\KeyDevices\\\\Deep\\passwd_time",
-        "local\\KeyDevices\\passwd_time",
-        "\\machine\\KeyDevices\\passwd_time",
-        "\\local\\Key[Devices]\\passwd_time",
-        "\\local\\KeyDevices\\passwd_time\nx",
-    };
-    for (const char* path : paths) {
-        long value = 0;
+    for (const char* path : {"", "\\local\\", "\\local\\v0", "\\local\\KeyDevices\\", "\\local\\\\v0",
+                             "\\local\\KeyDevices\\\\Deep\\v0", "local\\KeyDevices\\v0", "\\machine\\KeyDevices\\v0",
+                             "\\local\\Key[Devices]\\v0", "\\local\\KeyDevices\\v0\nx"})
         EXPECT_EQ(Read(path, value), TORVIK_ERROR_INVALID_PARAMETER) << path;
-    }
-    long value = 0;
     EXPECT_EQ(Read(nullptr, value), TORVIK_ERROR_INVALID_PARAMETER);
-    EXPECT_EQ(support_registry_get_long("\\local\\KeyDevices\\passwd_time", nullptr),
-              TORVIK_ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(support_registry_get_long("\\local\\KeyDevices\\v0", nullptr), TORVIK_ERROR_INVALID_PARAMETER);
 }
 
 TEST_F(Registry, BadFilesFailWithoutCrashOrHang)
 {
-    const std::string big(1024 * 1024 + 1, '#');
-    const std::string fifo = m_dir.File("fifo.ini");
-    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
-    struct Case {
-        const char* what;
-        std::string file;
-        std::string contents; // written unless empty
-        unsigned int rc;
+    ASSERT_EQ(mkfifo(m_box.Path("fifo").c_str(), 0600), 0); // no writer: opening must not block
+    m_box.WriteFile("big.ini", "[KeyDevices]\nv0 = 1\n" + std::string(1024 * 1024 + 1, '#'));
+    m_box.WriteFile("bad.ini", "[KeyDevices]\nv0 30\n");
+    m_box.WriteFile("junk.ini", std::string("\x00\xff[\x01=", 5));
+    const std::pair<std::string, unsigned> cases[] = {
+        {m_box.Path("absent.ini"), kMissing}, {m_box.LocalConfig() + "/x.ini", kMissing},
+        {m_box.Dir(), TORVIK_ERROR_ACCESS_DENIED}, {m_box.Path("fifo"), TORVIK_ERROR_ACCESS_DENIED},
+        {m_box.Path("big.ini"), kBad}, {m_box.Path("bad.ini"), kBad}, {m_box.Path("junk.ini"), kAny},
     };
-    const std::vector<Case> cases = {
-        {"missing file", m_dir.File("absent.ini"), "", TORVIK_ERROR_FILE_NOT_FOUND},
-        {"below a regular file", m_local + "/x.ini", "", TORVIK_ERROR_FILE_NOT_FOUND},
-        {"a directory", m_dir.Path(), "", TORVIK_ERROR_ACCESS_DENIED},
-        {"a FIFO without a writer", fifo, "", TORVIK_ERROR_ACCESS_DENIED},
-        {"larger than 1 MiB", m_dir.File("big.ini"), "[KeyDevices]\npasswd_time = 1\n" + big,
-         TORVIK_ERROR_INVALID_DATA},
-        {"not key-file syntax", m_dir.File("bad.ini"), "[KeyDevices]\npasswd_time 30\n",
-         TORVIK_ERROR_INVALID_DATA},
-        {"binary junk", m_dir.File("junk.ini"), std::string("\x00\xff[\x01=", 5), kAnyError},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        if (!c.contents.empty())
-            WriteFile(c.file, c.contents);
-        setenv("TORVIK_LOCAL_CONFIG", c.file.c_str(), 1);
-        long value = 0;
-        const unsigned int rc = Read("\\local\\KeyDevices\\passwd_time", value);
-        if (c.rc == kAnyError) {
-            EXPECT_NE(rc, 0u);
-        } else {
-            EXPECT_EQ(rc, c.rc);
-        }
-    }
-    // The global tree is a separate file and still answers.
     long value = 0;
-    EXPECT_EQ(Read("\\global\\KeyDevices\\passwd_time", value), 0u);
-    EXPECT_EQ(value, 99);
+    for (const auto& [file, rc] : cases) {
+        setenv("TORVIK_LOCAL_CONFIG", file.c_str(), 1);
+        const unsigned got = Read("\\local\\KeyDevices\\v0", value);
+        EXPECT_TRUE(rc == kAny ? got != 0 : got == rc) << file << ": " << got;
+    }
+    EXPECT_EQ(Read("\\global\\KeyDevices\\v0", value), 0u); // the other tree still answers
 }
 
-TEST_F(Registry, UnreadableFileIsAccessDenied)
+TEST_F(Registry, UnreadableFileAndDefaultLocation)
 {
     // Permission bits do not stop root: the check drops to an unprivileged user.
-    ASSERT_EQ(chmod(m_local.c_str(), 0), 0);
-    const int rc = RunInChild([] {
-        if (geteuid() == 0 && setuid(65534) != 0)
-            return 10;
+    ASSERT_EQ(chmod(m_box.LocalConfig().c_str(), 0), 0);
+    EXPECT_EQ(testkit::RunInChild({{"TORVIK_LOCAL_CONFIG", m_box.LocalConfig()}}, [] {
         long value = kUntouched;
-        return support_registry_get_long("\\local\\KeyDevices\\passwd_time", &value) ==
-                           TORVIK_ERROR_ACCESS_DENIED && value == kUntouched
-                   ? 0
-                   : 1;
-    });
-    EXPECT_EQ(rc, 0);
-}
-
-TEST(RegistryDefaults, LocalTreeDefaultsToTheUserConfigDirectory)
-{
-    // The user's config directory is computed once per process: check in a child.
-    TempDir home;
-    ASSERT_EQ(mkdir(home.File("torvik").c_str(), 0700), 0);
-    WriteFile(home.File("torvik/local.ini"), "[KeyDevices]\npasswd_time = 77\n");
-    const int rc = RunInChild([&home] {
-        unsetenv("TORVIK_LOCAL_CONFIG");
-        setenv("XDG_CONFIG_HOME", home.Path().c_str(), 1);
+        if (geteuid() == 0 && setuid(65534) != 0)
+            return std::string("setuid failed");
+        const unsigned rc = support_registry_get_long("\\local\\KeyDevices\\v0", &value);
+        return std::to_string(rc) + " " + std::to_string(value);
+    }), std::to_string(TORVIK_ERROR_ACCESS_DENIED) + " " + std::to_string(kUntouched));
+    // The default local file is torvik/local.ini in the user's config directory.
+    ASSERT_EQ(mkdir(m_box.Path("torvik").c_str(), 0700), 0);
+    m_box.WriteFile("torvik/local.ini", "[KeyDevices]\nv0 = 77\n");
+    EXPECT_EQ(testkit::RunInChild({{"XDG_CONFIG_HOME", m_box.Dir()}}, [] {
         long value = 0;
-        if (support_registry_get_long("\\local\\KeyDevices\\passwd_time", &value) != 0)
-            return 1;
-        return value == 77 ? 0 : 2;
-    });
-    EXPECT_EQ(rc, 0);
+        const unsigned rc = support_registry_get_long("\\local\\KeyDevices\\v0", &value);
+        return std::to_string(rc) + " " + std::to_string(value);
+    }), "0 77");
 }
 
 } // namespace
