@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -22,35 +23,28 @@ int ToBytes(unsigned cp, const std::wstring& s, int n, char* out = nullptr, int 
 TEST(CodePage, RoundTripsMeasureAndConvertExactly)
 {
     const std::wstring hello = L"\u041F\u0440\u0438\u0432\u0435\u0442"; // "Привет"
-    const struct {
-        unsigned cp;
-        std::string bytes;
-        std::wstring wide;
-    } cases[] = {
-        {0, "\xCF\xF0\xE8\xE2\xE5\xF2", hello},
-        {1251, "\xCF\xF0\xE8\xE2\xE5\xF2", hello},
-        {0, "\xA8\xB8\xB9\x88 A\xFF", L"\u0401\u0451\u2116\u20AC A\u044F"},
-        {866, "\x8F\xE0\xA8\xA2\xA5\xE2", hello},
-        {20866, "\xF0\xD2\xC9\xD7\xC5\xD4", hello},
-        {28595, "\xBF\xE0\xD8\xD2\xD5\xE2", hello},
+    const std::tuple<unsigned, std::string, std::wstring> cases[] = {
+        {0, "\xCF\xF0\xE8\xE2\xE5\xF2", hello}, {1251, "\xCF\xF0\xE8\xE2\xE5\xF2", hello},
+        {0, "\xA8\xB8\xB9\x88 A\xFF", L"\u0401\u0451\u2116\u20AC A\u044F"}, {866, "\x8F\xE0\xA8\xA2\xA5\xE2", hello},
+        {20866, "\xF0\xD2\xC9\xD7\xC5\xD4", hello}, {28595, "\xBF\xE0\xD8\xD2\xD5\xE2", hello},
         {65001, "\xD0\x9F\xD1\x80\xD0\xB8 \xE2\x82\xAC \xF0\x9F\x98\x80", L"\u041F\u0440\u0438 \u20AC \U0001F600"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE("code page " + std::to_string(c.cp) + ": " + c.bytes);
-        const int bytes = static_cast<int>(c.bytes.size()), wide = static_cast<int>(c.wide.size());
-        EXPECT_EQ(ToWide(c.cp, c.bytes, bytes), wide); // an explicit length counts no terminator
-        EXPECT_EQ(ToWide(c.cp, c.bytes, -1), wide + 1);
-        EXPECT_EQ(ToBytes(c.cp, c.wide, wide), bytes);
-        EXPECT_EQ(ToBytes(c.cp, c.wide, -1), bytes + 1);
+    for (const auto& [cp, text, wideText] : cases) {
+        SCOPED_TRACE("code page " + std::to_string(cp) + ": " + text);
+        const int bytes = static_cast<int>(text.size()), wide = static_cast<int>(wideText.size());
+        EXPECT_EQ(ToWide(cp, text, bytes), wide); // an explicit length counts no terminator
+        EXPECT_EQ(ToWide(cp, text, -1), wide + 1);
+        EXPECT_EQ(ToBytes(cp, wideText, wide), bytes);
+        EXPECT_EQ(ToBytes(cp, wideText, -1), bytes + 1);
         std::vector<wchar_t> wout(wide + 1, L'#');
         std::vector<char> bout(bytes + 1, '#');
-        ASSERT_EQ(ToWide(c.cp, c.bytes, -1, wout.data(), wide + 1), wide + 1);
-        EXPECT_EQ(std::wstring(wout.data()), c.wide);
-        ASSERT_EQ(ToBytes(c.cp, c.wide, -1, bout.data(), bytes + 1), bytes + 1);
-        EXPECT_EQ(std::string(bout.data()), c.bytes);
+        ASSERT_EQ(ToWide(cp, text, -1, wout.data(), wide + 1), wide + 1);
+        EXPECT_EQ(std::wstring(wout.data()), wideText);
+        ASSERT_EQ(ToBytes(cp, wideText, -1, bout.data(), bytes + 1), bytes + 1);
+        EXPECT_EQ(std::string(bout.data()), text);
         // One unit short fails rather than truncating.
-        EXPECT_EQ(ToWide(c.cp, c.bytes, -1, wout.data(), wide), 0);
-        EXPECT_EQ(ToBytes(c.cp, c.wide, -1, bout.data(), bytes), 0);
+        EXPECT_EQ(ToWide(cp, text, -1, wout.data(), wide), 0);
+        EXPECT_EQ(ToBytes(cp, wideText, -1, bout.data(), bytes), 0);
     }
     // An explicit length is taken as it is, embedded zero included.
     wchar_t out[4] = {L'#', L'#', L'#', L'#'};
@@ -93,17 +87,14 @@ TEST(CodePage, BadArgumentsFail)
 {
     wchar_t wout[8];
     char bout[8];
-    // Empty or null source, a length below -1, a negative size, a null target.
-    EXPECT_EQ(ToWide(0, "ab", 0, wout, 8), 0);
+    // Length, target size, whether a target is given: empty source, length below -1, negative size, no target.
+    const std::tuple<int, int, bool> cases[] = {{0, 8, true}, {-2, 8, true}, {2, -1, true}, {2, 8, false}};
+    for (const auto& [length, size, target] : cases) {
+        EXPECT_EQ(ToWide(0, "ab", length, target ? wout : nullptr, size), 0) << length << " " << size;
+        EXPECT_EQ(ToBytes(0, L"ab", length, target ? bout : nullptr, size), 0) << length << " " << size;
+    }
     EXPECT_EQ(MultiByteToWideChar(0, 0, nullptr, -1, wout, 8), 0);
-    EXPECT_EQ(ToWide(0, "ab", -2, wout, 8), 0);
-    EXPECT_EQ(ToWide(0, "ab", 2, wout, -1), 0);
-    EXPECT_EQ(ToWide(0, "ab", 2, nullptr, 8), 0);
-    EXPECT_EQ(ToBytes(0, L"ab", 0, bout, 8), 0);
     EXPECT_EQ(WideCharToMultiByte(0, 0, nullptr, -1, bout, 8, nullptr, nullptr), 0);
-    EXPECT_EQ(ToBytes(0, L"ab", -2, bout, 8), 0);
-    EXPECT_EQ(ToBytes(0, L"ab", 2, bout, -1), 0);
-    EXPECT_EQ(ToBytes(0, L"ab", 2, nullptr, 8), 0);
 }
 
 } // namespace

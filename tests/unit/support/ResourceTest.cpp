@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <latch>
-#include <memory>
 #include <nl_types.h>
 #include <string>
 #include <thread>
@@ -16,7 +15,15 @@
 
 namespace {
 
-std::string gCatalogPath; // compiled by the suite
+// The tests' catalogue, compiled on first use and removed at exit.
+const char* CatalogPath()
+{
+    static const testkit::Sandbox box;
+    static const std::string path =
+        testkit::Gencat(box.Path("test.cat"), "$set 1\n1 Hello\n2 \xD0\x9A\xD0\xBB\xD1\x8E\xD1\x87\n3\n$set 2\n4 other set\n")
+            ? box.Path("test.cat") : "";
+    return path.c_str();
+}
 
 // An independent set of descriptor records per N whose init counts its runs.
 template <int N, bool kOpens = true>
@@ -24,25 +31,13 @@ struct Descriptor {
     static void Init()
     {
         ++runs;
-        catalog.catalog = catopen(kOpens ? gCatalogPath.c_str() : "/nonexistent/test.cat", NL_CAT_LOCALE);
+        catalog.catalog = catopen(kOpens ? CatalogPath() : "/nonexistent/test.cat", NL_CAT_LOCALE);
     }
     static inline std::atomic<int> runs {0};
     static inline TSupportResourceCatalog catalog {0, &Init, {}, reinterpret_cast<void*>(-1)};
     static inline TSupportResourceVersion version {L"UNDEFINED", L"UNDEFINED", {}};
     static inline TSupportResourceTable table {&catalog, &version, {}};
     static inline TSupportResource handle {&table};
-};
-
-class Resource : public ::testing::Test {
-protected:
-    static void SetUpTestSuite()
-    {
-        s_box = std::make_unique<testkit::Sandbox>();
-        gCatalogPath = s_box->Path("test.cat");
-        ASSERT_TRUE(testkit::Gencat(gCatalogPath, "$set 1\n1 Hello\n2 \xD0\x9A\xD0\xBB\xD1\x8E\xD1\x87\n3\n$set 2\n4 other set\n"));
-    }
-    static void TearDownTestSuite() { s_box.reset(); }
-    static inline std::unique_ptr<testkit::Sandbox> s_box;
 };
 
 // Measures text `id`, then reads it into a buffer of exactly that size.
@@ -58,22 +53,18 @@ std::string Lookup(const TSupportResource* handle, unsigned id)
     return buffer[length] == '\0' ? std::string(buffer.data(), length) : "no terminator";
 }
 
-TEST_F(Resource, InitRunsOnceUnderConcurrentFirstLookupsThenTextsOfSetOne)
+TEST(Resource, InitRunsOnceUnderConcurrentFirstLookupsThenTextsOfSetOne)
 {
+    ASSERT_STRNE(CatalogPath(), "") << "gencat failed";
     using D = Descriptor<1>;
-    constexpr int kThreads = 8;
-    std::latch start(kThreads);
+    std::latch start(8);
     std::atomic<int> found {0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            found += Lookup(&D::handle, 1) == "Hello";
-        });
+    {
+        std::vector<std::jthread> threads; // joined at the end of the block
+        for (int i = 0; i < 8; ++i)
+            threads.emplace_back([&] { start.arrive_and_wait(); found += Lookup(&D::handle, 1) == "Hello"; });
     }
-    for (auto& thread : threads)
-        thread.join();
-    EXPECT_EQ(found.load(), kThreads);
+    EXPECT_EQ(found.load(), 8);
     const std::string notFound = "error " + std::to_string(TORVIK_ERROR_NOT_FOUND);
     const std::pair<unsigned, std::string> cases[] = {
         {2, "\xD0\x9A\xD0\xBB\xD1\x8E\xD1\x87"}, {3, ""}, {4, notFound}, // 4 is only in set 2
@@ -84,7 +75,7 @@ TEST_F(Resource, InitRunsOnceUnderConcurrentFirstLookupsThenTextsOfSetOne)
     EXPECT_EQ(D::runs.load(), 1);
 }
 
-TEST_F(Resource, TooSmallBufferUnopenedCatalogueAndNullRecordsFail)
+TEST(Resource, TooSmallBufferUnopenedCatalogueAndNullRecordsFail)
 {
     using D = Descriptor<2>;
     char buffer[8] = "#######";
