@@ -46,6 +46,7 @@ constexpr gint kHeaderWidth = 510;
 constexpr gint kWindowWidth = 540;
 constexpr guint kTableRowSpacing = 10;
 constexpr guint kSeparatorPadding = 10;
+constexpr guint kEntryTablePadding = 10;
 
 void cbOnOKClicked(GtkWidget*, gpointer data)
 {
@@ -261,6 +262,39 @@ void PasswordDialogBase::InitEntryWidget(GtkWidget*& entry, int maxLength, const
     g_signal_connect_after(entry, "copy-clipboard", G_CALLBACK(cbOnCopyClipboard), this);
     g_signal_connect_after(entry, "cut-clipboard", G_CALLBACK(cbOnCopyClipboard), this);
     gtk_entry_set_activates_default(GTK_ENTRY(entry), TRUE);
+}
+
+void PasswordDialogBase::AttachEntryRow(GtkWidget* table, guint row, const LocalizedText& caption,
+                                        const char* captionName, GtkWidget*& entry, int maxLength,
+                                        const char* entryName)
+{
+    GtkWidget* label = gtk_label_new(caption.c_str());
+    gtk_widget_set_name(label, captionName);
+    gtk_misc_set_alignment(GTK_MISC(label), 0.0f, 1.0f);
+    gtk_table_attach_defaults(GTK_TABLE(table), label, 0, 1, row, row + 1);
+    InitEntryWidget(entry, maxLength, entryName);
+    gtk_table_attach_defaults(GTK_TABLE(table), entry, 1, 3, row, row + 1);
+}
+
+void PasswordDialogBase::AddNewPasswordTable(GtkWidget*& newEntry, GtkWidget*& confirmationEntry,
+                                             GCallback onConfirmationFocusIn)
+{
+    GtkWidget* table = gtk_table_new(2, 3, TRUE);
+    gtk_widget_set_name(table, "xvtui-new-password-table");
+    AttachEntryRow(table, 0, m_askNewPasswordTerm, "xvtui-new-password-caption", newEntry,
+                   m_maxNewPasswordLength, "xvtui-new-password-entry");
+    AttachEntryRow(table, 1, m_confirmPasswordTerm, "xvtui-confirm-password-caption", confirmationEntry,
+                   m_maxNewPasswordLength, "xvtui-confirm-password-entry");
+    g_signal_connect(confirmationEntry, "focus-in-event", onConfirmationFocusIn, this);
+    gtk_box_pack_start(GTK_BOX(m_mainBox), table, FALSE, FALSE, kEntryTablePadding);
+}
+
+void PasswordDialogBase::UpdateNewPasswordOK(const secure::String& newPassword,
+                                             const secure::String& confirmation)
+{
+    // The lengths are looked at only when both fields agree.
+    const bool acceptable = newPassword == confirmation && !IsPasswordTooShort();
+    gtk_widget_set_sensitive(m_okButton, acceptable ? TRUE : FALSE);
 }
 
 void PasswordDialogBase::OnOKClicked()

@@ -109,6 +109,18 @@ protected:
     // most (0 or less: no limit), named `name`, wired to OnPasswordChanged and
     // to the clipboard guard, activating the default (OK) button on Enter.
     void InitEntryWidget(GtkWidget*& entry, int maxLength, const char* name = "xvtui-password-entry");
+    // One row of a homogeneous three-column entry table: `caption` in column 0,
+    // left-aligned and resting on the entry's side, and a new entry
+    // (InitEntryWidget) across columns 1 to 3.
+    void AttachEntryRow(GtkWidget* table, guint row, const LocalizedText& caption, const char* captionName,
+                        GtkWidget*& entry, int maxLength, const char* entryName);
+    // The new-password and confirmation rows of the two- and three-entry
+    // dialogs ("xvtui-new-password-table"), packed into m_mainBox; the
+    // confirmation entry's "focus-in-event" goes to `onConfirmationFocusIn`.
+    void AddNewPasswordTable(GtkWidget*& newEntry, GtkWidget*& confirmationEntry, GCallback onConfirmationFocusIn);
+    // OK is sensitive only while the new password and its confirmation are
+    // byte-equal and IsPasswordTooShort() is false (asked only when equal).
+    void UpdateNewPasswordOK(const secure::String& newPassword, const secure::String& confirmation);
 
     // False once the window has been destroyed (the dialog has ended): its
     // widgets, and the pointers the dialogs keep to them, are gone. Handlers

@@ -31,15 +31,10 @@ PasswordDialogOneEntry::~PasswordDialogOneEntry() = default;
 
 void PasswordDialogOneEntry::AddPasswordWidgets()
 {
-    GtkWidget* caption = gtk_label_new(m_askPasswordTerm.c_str());
-    gtk_widget_set_name(caption, "xvtui-password-caption");
-    gtk_misc_set_alignment(GTK_MISC(caption), 0.0f, 1.0f);
-
     GtkWidget* table = gtk_table_new(3, 3, TRUE);
     gtk_widget_set_name(table, "xvtui-password-table");
-    gtk_table_attach_defaults(GTK_TABLE(table), caption, 0, 1, 0, 1);
-    InitEntryWidget(m_passwordEntry, m_maxPasswordLength);
-    gtk_table_attach_defaults(GTK_TABLE(table), m_passwordEntry, 1, 3, 0, 1);
+    AttachEntryRow(table, 0, m_askPasswordTerm, "xvtui-password-caption", m_passwordEntry, m_maxPasswordLength,
+                   "xvtui-password-entry");
 
     // Each box is set up completely before the next exists and before the
     // exclusion handler is connected, so set-up never unticks anything.

@@ -18,15 +18,6 @@ gboolean cbOnFocusChangedThreeEntry(GtkWidget*, GdkEvent*, gpointer data)
     return FALSE;
 }
 
-// A field's caption, left-aligned and resting on the field's baseline side.
-GtkWidget* NewCaption(const char* text, const char* name)
-{
-    GtkWidget* label = gtk_label_new(text);
-    gtk_widget_set_name(label, name);
-    gtk_misc_set_alignment(GTK_MISC(label), 0.0f, 1.0f);
-    return label;
-}
-
 } // namespace
 
 PasswordDialogThreeEntry::PasswordDialogThreeEntry(const PasswordDialogInfo& info) : PasswordDialogBase(info)
@@ -44,24 +35,11 @@ void PasswordDialogThreeEntry::AddPasswordWidgets()
     // first row is used; the empty row keeps it apart from the new password.
     GtkWidget* currentTable = gtk_table_new(2, 3, TRUE);
     gtk_widget_set_name(currentTable, "xvtui-password-table");
-    gtk_table_attach_defaults(GTK_TABLE(currentTable), NewCaption(m_askPasswordTerm.c_str(), "xvtui-password-caption"),
-                              0, 1, 0, 1);
-    InitEntryWidget(m_currentPasswordEntry, m_maxPasswordLength, "xvtui-password-entry");
-    gtk_table_attach_defaults(GTK_TABLE(currentTable), m_currentPasswordEntry, 1, 3, 0, 1);
+    AttachEntryRow(currentTable, 0, m_askPasswordTerm, "xvtui-password-caption", m_currentPasswordEntry,
+                   m_maxPasswordLength, "xvtui-password-entry");
     gtk_box_pack_start(GTK_BOX(m_mainBox), currentTable, FALSE, FALSE, kTablePadding);
 
-    GtkWidget* newTable = gtk_table_new(2, 3, TRUE);
-    gtk_widget_set_name(newTable, "xvtui-new-password-table");
-    gtk_table_attach_defaults(GTK_TABLE(newTable),
-                              NewCaption(m_askNewPasswordTerm.c_str(), "xvtui-new-password-caption"), 0, 1, 0, 1);
-    InitEntryWidget(m_newPasswordEntry, m_maxNewPasswordLength, "xvtui-new-password-entry");
-    gtk_table_attach_defaults(GTK_TABLE(newTable), m_newPasswordEntry, 1, 3, 0, 1);
-    gtk_table_attach_defaults(GTK_TABLE(newTable),
-                              NewCaption(m_confirmPasswordTerm.c_str(), "xvtui-confirm-password-caption"), 0, 1, 1, 2);
-    InitEntryWidget(m_confirmationEntry, m_maxNewPasswordLength, "xvtui-confirm-password-entry");
-    gtk_table_attach_defaults(GTK_TABLE(newTable), m_confirmationEntry, 1, 3, 1, 2);
-    g_signal_connect(m_confirmationEntry, "focus-in-event", G_CALLBACK(cbOnFocusChangedThreeEntry), this);
-    gtk_box_pack_start(GTK_BOX(m_mainBox), newTable, FALSE, FALSE, kTablePadding);
+    AddNewPasswordTable(m_newPasswordEntry, m_confirmationEntry, G_CALLBACK(cbOnFocusChangedThreeEntry));
 }
 
 void PasswordDialogThreeEntry::OnPasswordChanged()
@@ -73,10 +51,7 @@ void PasswordDialogThreeEntry::OnPasswordChanged()
     CopyEntryText(m_currentPasswordEntry, m_currentPassword);
     CopyEntryText(m_newPasswordEntry, m_newPassword);
     CopyEntryText(m_confirmationEntry, m_confirmation);
-    // The lengths are looked at only when the new password and its
-    // confirmation agree.
-    const bool acceptable = m_newPassword == m_confirmation && !IsPasswordTooShort();
-    gtk_widget_set_sensitive(m_okButton, acceptable ? TRUE : FALSE);
+    UpdateNewPasswordOK(m_newPassword, m_confirmation);
     UpdateWarnings();
     ResetTimeout();
 }
