@@ -1,14 +1,12 @@
-// GuiSupport.h: what the in-process widget tests of the frame share.
+// GuiSupport.h: what the in-process widget tests share.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
 
-#include <csignal>
-#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <functional>
-#include <string>
 
 #include <unistd.h>
 
@@ -37,9 +35,7 @@ protected:
 // The widget named `name` (gtk_widget_set_name) in the tree under `root`.
 inline GtkWidget* FindNamed(GtkWidget* root, const char* name)
 {
-    if (root == nullptr)
-        return nullptr;
-    if (std::strcmp(gtk_widget_get_name(root), name) == 0)
+    if (root == nullptr || std::strcmp(gtk_widget_get_name(root), name) == 0)
         return root;
     GtkWidget* found = nullptr;
     if (GTK_IS_CONTAINER(root)) {
@@ -51,54 +47,12 @@ inline GtkWidget* FindNamed(GtkWidget* root, const char* name)
     return found;
 }
 
-// The mapped top-level window named `name`, or null.
-inline GtkWidget* FindMappedToplevel(const char* name)
-{
-    GtkWidget* found = nullptr;
-    GList* toplevels = gtk_window_list_toplevels();
-    for (GList* item = toplevels; item != nullptr; item = item->next) {
-        GtkWidget* widget = GTK_WIDGET(item->data);
-        if (gtk_widget_get_mapped(widget) && std::strcmp(gtk_widget_get_name(widget), name) == 0)
-            found = widget;
-    }
-    g_list_free(toplevels);
-    return found;
-}
-
 // Runs `step` from the main loop every 10 ms until it returns true.
 inline void WhenReady(std::function<bool()> step)
 {
     auto* pending = new std::function<bool()>(std::move(step));
     g_timeout_add_full(
         G_PRIORITY_DEFAULT, 10,
-        [](gpointer data) -> gboolean {
-            return (*static_cast<std::function<bool()>*>(data))() ? FALSE : TRUE;
-        },
+        [](gpointer data) -> gboolean { return (*static_cast<std::function<bool()>*>(data))() ? FALSE : TRUE; },
         pending, [](gpointer data) { delete static_cast<std::function<bool()>*>(data); });
 }
-
-// Standard output becomes a pipe whose reader is gone, as when the provider
-// has died; restored at the end of the scope.
-class BrokenStdout {
-public:
-    BrokenStdout()
-    {
-        std::fflush(stdout);
-        std::signal(SIGPIPE, SIG_IGN);
-        m_saved = dup(STDOUT_FILENO);
-        int fds[2];
-        EXPECT_EQ(pipe(fds), 0);
-        close(fds[0]);
-        dup2(fds[1], STDOUT_FILENO);
-        close(fds[1]);
-    }
-    ~BrokenStdout()
-    {
-        std::fflush(stdout);
-        dup2(m_saved, STDOUT_FILENO);
-        close(m_saved);
-    }
-
-private:
-    int m_saved = -1;
-};
