@@ -1,7 +1,5 @@
-// The "VTQueryPinEx" command line: argument count, integer conversion, field
-// mapping and the choice of the dialog kind. All of it happens before any
-// window exists, so these tests run without a display (DISPLAY is unset: a
-// dialog built by mistake would fail with GTK's code instead).
+// The "VTQueryPinEx" command line, parsed before any window exists: DISPLAY is
+// unset, so a dialog built by mistake would fail with GTK's code instead.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -15,190 +13,100 @@
 
 namespace {
 
-const char kBadArgsMessage[] = "Error in function: CreatePasswordDialog(...) : Bad args in PasswordDialog constructor\n";
+const char kBadArgs[] = "Error in function: CreatePasswordDialog(...) : Bad args in PasswordDialog constructor\n";
 
-// A valid one-entry request; tests change single arguments.
-std::vector<std::string> ValidArguments()
+// A valid one-entry request, a distinct value in every field, with argv[index] = text.
+std::vector<std::string> Args(int index = 0, const char* text = "xvtui")
 {
-    return {"xvtui", "VTQueryPinEx", "Title", "Header", "Reader 1", "Carrier 2", "Container 3",
-            "Reader:", "Carrier:", "Container:", "PIN", "new PIN", "1", "3", "8", "4", "16", "6", "1", "0"};
+    std::vector<std::string> args = {"xvtui", "VTQueryPinEx", "Title", "Header", "Reader 1", "Carrier 2",
+                                     "Container 3", "Reader:", "Carrier:", "Container:", "PIN", "new PIN",
+                                     "0", "3", "8", "4", "16", "6", "1", "0"};
+    args[index] = text;
+    return args;
 }
 
-struct Argv {
-    explicit Argv(std::vector<std::string> arguments) : strings(std::move(arguments))
-    {
-        for (std::string& s : strings) {
-            pointers.push_back(s.data());
-        }
-        pointers.push_back(nullptr);
-    }
-    int argc() const { return static_cast<int>(strings.size()); }
-    char** argv() { return pointers.data(); }
-
-    std::vector<std::string> strings;
-    std::vector<char*> pointers;
-};
-
-class PasswordRequest : public ::testing::Test {
-protected:
-    void SetUp() override { unsetenv("DISPLAY"); }
-
-    static void ExpectBadArgs(std::vector<std::string> arguments, const std::string& label)
-    {
-        Argv args(std::move(arguments));
-        try {
-            PasswordDialog::ParseArguments(args.argc(), args.argv());
-            ADD_FAILURE() << label << ": accepted";
-        } catch (const xvtui_exception& error) {
-            EXPECT_EQ(error.GetCode(), ResultCode::BadArgs) << label;
-            EXPECT_STREQ(error.what(), kBadArgsMessage) << label;
-        }
-    }
-};
-
-TEST_F(PasswordRequest, NeedsTwentyArguments)
+// Parses `args`, or the factory makes the dialog; the refusal's exact code and
+// text are checked by the caller.
+PasswordDialog::Request Parse(std::vector<std::string> args, bool factory = false)
 {
-    std::vector<std::string> arguments = ValidArguments();
-    Argv exact(arguments);
-    EXPECT_NO_THROW(PasswordDialog::ParseArguments(exact.argc(), exact.argv()));
+    unsetenv("DISPLAY");
+    std::vector<char*> argv;
+    for (std::string& arg : args)
+        argv.push_back(arg.data());
+    argv.push_back(nullptr);
+    if (factory)
+        DialogFactory::CreateDialog("VTQueryPinEx", static_cast<int>(args.size()), argv.data());
+    return PasswordDialog::ParseArguments(static_cast<int>(args.size()), argv.data());
+}
 
-    arguments.push_back("ignored");
-    arguments.push_back("12a");
-    Argv more(arguments);
-    EXPECT_NO_THROW(PasswordDialog::ParseArguments(more.argc(), more.argv()));
-
-    for (std::size_t count : {19u, 2u, 0u}) {
-        std::vector<std::string> shorter = ValidArguments();
-        shorter.resize(count);
-        ExpectBadArgs(shorter, "argc " + std::to_string(count));
+void ExpectRefused(const std::vector<std::string>& args, const char* message, bool factory = false)
+{
+    try {
+        Parse(args, factory);
+        ADD_FAILURE() << "accepted";
+    } catch (const xvtui_exception& error) {
+        EXPECT_EQ(error.GetCode(), ResultCode::BadArgs);
+        EXPECT_STREQ(error.what(), message);
     }
 }
 
-TEST_F(PasswordRequest, IntegerArgumentsConvertWholeTextOnly)
+TEST(PasswordRequest, TwentyArgumentsAtLeastAndWholeIntegers)
 {
-    struct Case {
-        const char* text;
-        bool valid;
-        int value;
-    };
-    const Case cases[] = {
-        {"12a", false, 0}, {"1 ", false, 0}, {"0x10", false, 0}, {"a", false, 0}, {"1.5", false, 0},
-        {" 1", true, 1},   {"+1", true, 1},  {"-1", true, -1},   {"", true, 0},   {"010", true, 10},
-        {"4294967297", true, 1}, // the low 32 bits of the parsed number
-        {"4294967295", true, -1},
-    };
-    for (int position = 12; position <= 19; ++position) {
-        for (const Case& c : cases) {
-            std::vector<std::string> arguments = ValidArguments();
-            arguments[position] = c.text;
-            const std::string label = "argv[" + std::to_string(position) + "]=\"" + c.text + "\"";
-            if (!c.valid) {
-                ExpectBadArgs(arguments, label);
-                continue;
-            }
-            Argv args(arguments);
-            PasswordDialog::Request request;
-            ASSERT_NO_THROW(request = PasswordDialog::ParseArguments(args.argc(), args.argv())) << label;
-            const PasswordDialogInfo& info = request.info;
-            switch (position) {
-            case 12: EXPECT_EQ(info.carrierActive, c.value != 0) << label; break;
-            case 13: EXPECT_EQ(info.triesLeft, c.value) << label; break;
-            case 14: EXPECT_EQ(info.maxPasswordLength, c.value) << label; break;
-            case 15: EXPECT_EQ(info.minPasswordLength, c.value) << label; break;
-            case 16: EXPECT_EQ(info.maxNewPasswordLength, c.value) << label; break;
-            case 17: EXPECT_EQ(info.minNewPasswordLength, c.value) << label; break;
-            default: break; // the flags: see ChoosesTheDialogKind
-            }
+    std::vector<std::string> args = Args();
+    args.push_back("12a"); // beyond the twentieth nothing is read
+    EXPECT_NO_THROW(Parse(args));
+    args.resize(19);
+    ExpectRefused(args, kBadArgs);
+    ExpectRefused({}, kBadArgs);
+    // Each of the eight integers is converted, and only a whole text converts.
+    for (int index = 12; index <= 19; ++index) {
+        for (const char* bad : {"12a", "1 ", "0x10"}) {
+            SCOPED_TRACE(std::to_string(index) + ": " + bad);
+            ExpectRefused(Args(index, bad), kBadArgs);
         }
     }
+    const std::pair<const char*, int> good[] = {{" 1", 1}, {"+1", 1}, {"-1", -1}, {"", 0}};
+    for (const auto& [text, value] : good)
+        EXPECT_EQ(Parse(Args(13, text)).info.triesLeft, value) << '"' << text << '"';
 }
 
-TEST_F(PasswordRequest, FillsTheRecord)
+TEST(PasswordRequest, FillsTheRecord)
 {
-    std::vector<std::string> arguments = ValidArguments();
-    arguments[12] = "0";
-    Argv args(arguments);
-    const PasswordDialog::Request request = PasswordDialog::ParseArguments(args.argc(), args.argv());
-    const PasswordDialogInfo& info = request.info;
-    EXPECT_EQ(info.title, "Title");
-    EXPECT_EQ(info.header, "Header\n");
-    EXPECT_EQ(info.readerName, "Reader 1");
-    EXPECT_EQ(info.carrierName, "Carrier 2");
-    EXPECT_EQ(info.containerName, "Container 3");
-    EXPECT_EQ(info.readerCaption, "Reader:");
-    EXPECT_EQ(info.carrierCaption, "Carrier:");
-    EXPECT_EQ(info.containerCaption, "Container:");
-    EXPECT_EQ(info.passwordTerm, "PIN");
-    EXPECT_EQ(info.newPasswordTerm, "new PIN");
-    EXPECT_FALSE(info.carrierActive);
-    EXPECT_EQ(info.triesLeft, 3);
-    EXPECT_EQ(info.maxPasswordLength, 8);
-    EXPECT_EQ(info.minPasswordLength, 4);
-    EXPECT_EQ(info.maxNewPasswordLength, 16);
-    EXPECT_EQ(info.minNewPasswordLength, 6);
-    EXPECT_EQ(request.kind, 1);
-
-    // Texts are never checked: all empty is fine.
-    for (int i = 2; i <= 11; ++i) {
-        arguments[i].clear();
-    }
-    Argv empty(arguments);
-    EXPECT_EQ(PasswordDialog::ParseArguments(empty.argc(), empty.argv()).info.header, "\n");
+    const PasswordDialog::Request request = Parse(Args());
+    const PasswordDialogInfo& i = request.info;
+    EXPECT_EQ(i.title + "|" + i.header + "|" + i.readerName + "|" + i.carrierName + "|" + i.containerName + "|" +
+                  i.readerCaption + "|" + i.carrierCaption + "|" + i.containerCaption + "|" + i.passwordTerm + "|" +
+                  i.newPasswordTerm,
+              "Title|Header\n|Reader 1|Carrier 2|Container 3|Reader:|Carrier:|Container:|PIN|new PIN");
+    EXPECT_FALSE(i.carrierActive);
+    EXPECT_EQ(std::vector<std::int64_t>({i.triesLeft, i.maxPasswordLength, i.minPasswordLength,
+                                         i.maxNewPasswordLength, i.minNewPasswordLength, request.kind}),
+              std::vector<std::int64_t>({3, 8, 4, 16, 6, 1}));
+    EXPECT_TRUE(Parse(Args(12, "-2")).info.carrierActive);
 }
 
-TEST_F(PasswordRequest, ChoosesTheDialogKind)
+// Any non-zero flag asks: 1 current, 2 new, 3 both; 0 asks nothing.
+TEST(PasswordRequest, FlagsChooseTheKind)
 {
-    struct Case {
+    const struct {
         const char* needPassword;
         const char* needNewPassword;
         int kind;
-    };
-    const Case cases[] = {
-        {"0", "0", 0}, {"1", "0", 1}, {"0", "1", 2}, {"1", "1", 3},
-        {"5", "-3", 3}, {"-1", "", 1}, {"", "7", 2}, {"", "", 0},
-    };
-    for (const Case& c : cases) {
-        std::vector<std::string> arguments = ValidArguments();
-        arguments[18] = c.needPassword;
-        arguments[19] = c.needNewPassword;
-        Argv args(arguments);
-        EXPECT_EQ(PasswordDialog::ParseArguments(args.argc(), args.argv()).kind, c.kind)
-            << c.needPassword << "/" << c.needNewPassword;
+    } cases[] = {{"0", "0", 0}, {"1", "0", 1}, {"0", "1", 2}, {"1", "1", 3}, {"5", "-3", 3}, {"", "7", 2}};
+    for (const auto& c : cases) {
+        std::vector<std::string> args = Args(18, c.needPassword);
+        args[19] = c.needNewPassword;
+        EXPECT_EQ(Parse(args).kind, c.kind) << c.needPassword << "/" << c.needNewPassword;
     }
 }
 
-TEST_F(PasswordRequest, NoDialogWhenNothingIsAsked)
+// Through the process's factory: nothing asked is its creation error, and a
+// bad integer the parse error, before any window (not GTK's 1114).
+TEST(PasswordRequest, FactoryRefusals)
 {
-    std::vector<std::string> arguments = ValidArguments();
-    arguments[18] = "0";
-    arguments[19] = "0";
-    Argv args(arguments);
-    EXPECT_EQ(PasswordDialog::CreatePasswordDialog(args.argc(), args.argv()), nullptr);
-
-    // The process's factory turns that into its creation error.
-    try {
-        DialogFactory::CreateDialog("VTQueryPinEx", args.argc(), args.argv());
-        ADD_FAILURE() << "a dialog was made";
-    } catch (const xvtui_exception& error) {
-        EXPECT_EQ(error.GetCode(), ResultCode::BadArgs);
-        EXPECT_STREQ(error.what(), "Error in function: CreateDialog(...) : Error in creating VTQueryPinEx dialog\n");
-    }
-}
-
-TEST_F(PasswordRequest, BadArgumentsFailBeforeAnyWindow)
-{
-    // Without a display a constructed dialog would fail with 1114; the parse
-    // error must come first.
-    std::vector<std::string> arguments = ValidArguments();
-    arguments[19] = "x";
-    Argv args(arguments);
-    try {
-        DialogFactory::CreateDialog("VTQueryPinEx", args.argc(), args.argv());
-        ADD_FAILURE() << "a dialog was made";
-    } catch (const xvtui_exception& error) {
-        EXPECT_EQ(error.GetCode(), ResultCode::BadArgs);
-        EXPECT_STREQ(error.what(), kBadArgsMessage);
-    }
+    std::vector<std::string> nothingAsked = Args(18, "0");
+    ExpectRefused(nothingAsked, "Error in function: CreateDialog(...) : Error in creating VTQueryPinEx dialog\n", true);
+    ExpectRefused(Args(19, "x"), kBadArgs, true);
 }
 
 } // namespace
