@@ -1,55 +1,39 @@
-// Decoding the helper's output and status, and the tool's command line.
-#include "client/Answer.h"
+// The requests the client sends and the answers it decodes ("ret=" codes, the
+// message answer, password answers whose last value runs to the end), and the
+// xvtui-ask tool's command line and printout.
 #include "client/AskCommand.h"
-#include "client/Request.h"
+#include "client/PasswordRequest.h"
 
 #include <gtest/gtest.h>
-
-#include <cstring>
 
 namespace {
 
 using namespace xvtui::client;
+using namespace std::string_view_literals;
+using Args = std::vector<std::string>;
+using Views = std::vector<std::string_view>;
 
-RunResult Exited(std::string_view output, int status)
+Answer DecodeExited(std::string_view output, int status, const Decoder& decoder)
 {
     RunResult run;
     run.output.assign(output);
     run.exited = true;
     run.exitStatus = status;
-    return run;
+    return Decode(run, decoder);
 }
 
-TEST(RetText, OnlyRetAndADecimal32BitCodeIsAccepted)
+TEST(RetText, ExactlyADecimal32BitCodeWithItsName)
 {
-    const std::pair<std::string_view, std::optional<std::uint32_t>> cases[] = {
-        {"ret=0", 0u},
-        {"ret=109", 109u},
-        {"ret=2148532334", 2148532334u},
-        {"ret=4294967295", 4294967295u},
-        {"ret=0000000109", 109u},
-        {"ret=4294967296", std::nullopt},
-        {"ret=00000000109", std::nullopt},
-        {"ret=", std::nullopt},
-        {"ret=-1", std::nullopt},
-        {"ret= 1", std::nullopt},
-        {"ret=1\n", std::nullopt},
-        {"ret=12a", std::nullopt},
-        {"RET=1", std::nullopt},
-        {"xret=1", std::nullopt},
-        {"", std::nullopt},
+    const std::pair<std::string_view, std::optional<std::uint32_t>> texts[] = {
+        {"ret=0", 0u}, {"ret=2148532334", 2148532334u}, {"ret=4294967295", 4294967295u}, {"ret=0000000109", 109u},
+        {"ret=4294967296", {}}, {"ret=00000000109", {}}, {"ret=", {}}, {"ret=-1", {}}, {"ret= 1", {}},
+        {"ret=1\n", {}}, {"ret=12a", {}}, {"RET=1", {}}, {"", {}},
     };
-    for (const auto& [text, expected] : cases) {
-        EXPECT_EQ(ParseRetText(text), expected) << text;
-    }
-}
-
-TEST(RetText, CodesHaveTheirNames)
-{
+    for (const auto& [text, code] : texts)
+        EXPECT_EQ(ParseRetText(text), code) << text;
     const std::pair<std::uint32_t, std::string_view> names[] = {
-        {2148532334u, "cancelled"},    {2148073504u, "failed"},    {2147942487u, "bad arguments"},
-        {2147746309u, "foreign exception"}, {109u, "broken pipe"}, {1114u, "no display"},
-        {0u, "success"},               {110u, "unknown"},          {0x80100000u, "unknown"},
+        {0u, "success"}, {2148532334u, "cancelled"}, {2148073504u, "failed"}, {2147942487u, "bad arguments"},
+        {2147746309u, "foreign exception"}, {109u, "broken pipe"}, {1114u, "no display"}, {110u, "unknown"},
     };
     for (const auto& [code, name] : names)
         EXPECT_EQ(CodeName(code), name) << code;
@@ -58,215 +42,133 @@ TEST(RetText, CodesHaveTheirNames)
 TEST(Decode, MessageAnswersAndProtocolErrors)
 {
     const Decoder decoder = MessageRequest(130, "text").decoder;
-    struct Case {
-        std::string_view output;
-        int status;
-        Outcome outcome;
-        std::uint32_t code;
-        std::optional<bool> flag;
-    };
-    const Case cases[] = {
-        {"XVTUI_dont_show_warning=true", 0, Outcome::Answered, kSuccess, true},
-        {"XVTUI_dont_show_warning=false", 0, Outcome::Answered, kSuccess, false},
-        {"ret=2148532334", 110, Outcome::Refused, kCancelled, std::nullopt},
-        {"ret=109", 109, Outcome::Refused, kBrokenPipe, std::nullopt},
-        {"You should not try run this manualy\n", 1, Outcome::Usage, kFailed, std::nullopt},
-        // Anything else breaks the protocol.
-        {"You should not try run this manualy\n", 0, Outcome::Malformed, kFailed, std::nullopt},
-        {"XVTUI_dont_show_warning=true\n", 0, Outcome::Malformed, kFailed, std::nullopt},
-        {"XVTUI_dont_show_warning=truefalse", 0, Outcome::Malformed, kFailed, std::nullopt},
-        {"XVTUI_dont_show_warning=", 0, Outcome::Malformed, kFailed, std::nullopt},
-        {"XVTUI_dont_show_warning=yes", 0, Outcome::Malformed, kFailed, std::nullopt},
-        {"XVTUI_dont_show_warning=true", 5, Outcome::Malformed, kFailed, std::nullopt},
-        {"", 0, Outcome::Malformed, kFailed, std::nullopt},
-        {"", 87, Outcome::Malformed, kFailed, std::nullopt},
-        {"ret=2148532334XVTUI_dont_show_warning=true", 0, Outcome::Malformed, kFailed, std::nullopt},
-    };
-    for (const Case& c : cases) {
+    const struct { std::string_view output; int status; Outcome outcome; std::uint32_t code; std::optional<bool> flag; }
+        cases[] = {
+            {"XVTUI_dont_show_warning=true", 0, Outcome::Answered, kSuccess, true},
+            {"XVTUI_dont_show_warning=false", 0, Outcome::Answered, kSuccess, false},
+            {"ret=2148532334", 110, Outcome::Refused, kCancelled, {}},
+            {"You should not try run this manualy\n", 1, Outcome::Usage, kFailed, {}},
+            // Anything else breaks the protocol.
+            {"You should not try run this manualy\n", 0, Outcome::Malformed, kFailed, {}},
+            {"XVTUI_dont_show_warning=true\n", 0, Outcome::Malformed, kFailed, {}},
+            {"XVTUI_dont_show_warning=true", 5, Outcome::Malformed, kFailed, {}},
+            {"ret=2148532334XVTUI_dont_show_warning=true", 0, Outcome::Malformed, kFailed, {}},
+        };
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.output) + " / " + std::to_string(c.status));
-        const Answer answer = Decode(Exited(c.output, c.status), decoder);
+        const Answer answer = DecodeExited(c.output, c.status, decoder);
         EXPECT_EQ(answer.outcome, c.outcome) << answer.problem;
         EXPECT_EQ(answer.code, c.code);
-        EXPECT_EQ(answer.Flag("XVTUI_dont_show_warning="), c.flag);
-        EXPECT_EQ(answer.outcome == Outcome::Malformed, !answer.problem.empty());
+        EXPECT_EQ(answer.Flag(kDontShowWarningKey), c.flag);
+        EXPECT_EQ(answer.problem.empty(), c.outcome != Outcome::Malformed);
     }
+    // The status keeps the code's low eight bits; a mismatch is noted.
+    EXPECT_FALSE(DecodeExited("ret=2148532334", 0, decoder).problem.empty());
 }
 
-TEST(Decode, RunsThatDidNotEndNormally)
+// Keys back to back, flags exactly "true" or "false", the password last and
+// running to the end whatever it holds. The change answer (decoder null) splits
+// at the last key after which both passwords fit the limits (minOld, maxOld,
+// minNew, maxNew), at the last key when none fits. No values: malformed.
+TEST(Decode, PasswordAnswers)
 {
-    const Decoder decoder = MessageRequest(0, "text").decoder;
-    RunResult killed = Exited("XVTUI_dont_show_warning=true", 0);
-    killed.exited = false;
-    killed.termSignal = 11;
-    EXPECT_EQ(Decode(killed, decoder).outcome, Outcome::Killed);
-
-    RunResult late = Exited("", 0);
-    late.exited = false;
-    late.termSignal = 9;
-    late.timedOut = true;
-    EXPECT_EQ(Decode(late, decoder).outcome, Outcome::TimedOut);
-
-    RunResult flood = Exited("ret=1", 1);
-    flood.outputTruncated = true;
-    EXPECT_EQ(Decode(flood, decoder).outcome, Outcome::Malformed);
-
-    // The status keeps the code's low eight bits; a mismatch is reported.
-    const Answer odd = Decode(Exited("ret=2148532334", 0), decoder);
-    EXPECT_EQ(odd.outcome, Outcome::Refused);
-    EXPECT_FALSE(odd.problem.empty());
-}
-
-// The password answers: keys back to back, the password last and unbounded.
-TEST(KeyDecoder, PasswordLikeAnswers)
-{
-    const Decoder oneEntry = KeyDecoder({{"XVTUI_save_passwd=", ValueKind::Flag},
-                                         {"XVTUI_dont_cache=", ValueKind::Flag},
-                                         {"XVTUI_passwd=", ValueKind::Secret}});
-    const Decoder threeEntry =
-        KeyDecoder({{"XVTUI_old_passwd=", ValueKind::Secret}, {"XVTUI_passwd=", ValueKind::Secret}});
-    struct Case {
-        const Decoder* decoder;
-        std::string_view output;
-        std::vector<std::string_view> values; // empty: rejected
+    const Decoder pin = PinRequest({}, 3, 3).decoder, fresh = NewPasswordRequest({}).decoder;
+    const std::string_view ambiguous = "XVTUI_old_passwd=abcdXVTUI_passwd=xXVTUI_passwd=y";
+    const struct { const Decoder* decoder; PasswordLimits limits; std::string_view output; Views values; } cases[] = {
+        {&pin, {}, "XVTUI_save_passwd=trueXVTUI_dont_cache=falseXVTUI_passwd=abc", {"true", "false", "abc"}},
+        {&pin, {}, "XVTUI_save_passwd=falseXVTUI_dont_cache=trueXVTUI_passwd=", {"false", "true", ""}},
+        {&pin, {}, "XVTUI_save_passwd=trueXVTUI_dont_cache=trueXVTUI_passwd=XVTUI_dont_cache=\0\n\xd0\xbf"sv,
+         {"true", "true", "XVTUI_dont_cache=\0\n\xd0\xbf"sv}},
+        {&pin, {}, "XVTUI_save_passwd=TrueXVTUI_dont_cache=falseXVTUI_passwd=abc", {}},
+        {&pin, {}, "XVTUI_dont_cache=falseXVTUI_save_passwd=trueXVTUI_passwd=abc", {}},
+        {&pin, {}, "XVTUI_save_passwd=trueXVTUI_dont_cache=falseXVTUI_passwd", {}},
+        {&fresh, {}, "XVTUI_passwd=aXVTUI_passwd=b", {"aXVTUI_passwd=b"}},
+        {nullptr, {}, "XVTUI_old_passwd=oldXVTUI_passwd=new", {"old", "new"}},
+        {nullptr, {}, ambiguous, {"abcdXVTUI_passwd=x", "y"}},
+        {nullptr, {0, 4, 0, 0}, ambiguous, {"abcd", "xXVTUI_passwd=y"}},
+        {nullptr, {0, 0, 4, 0}, ambiguous, {"abcd", "xXVTUI_passwd=y"}},
+        {nullptr, {0, 2, 2, 0}, "XVTUI_old_passwd=\xd0\xb0\xd0\xb1XVTUI_passwd=xXVTUI_passwd=y", // characters
+         {"\xd0\xb0\xd0\xb1", "xXVTUI_passwd=y"}},
+        {nullptr, {10, 0, 10, 0}, ambiguous, {"abcdXVTUI_passwd=x", "y"}},
+        {nullptr, {}, "XVTUI_old_passwd=abc", {}},
     };
-    const std::string_view withNul("XVTUI_save_passwd=falseXVTUI_dont_cache=trueXVTUI_passwd=a\0b", 60);
-    const Case cases[] = {
-        {&oneEntry, "XVTUI_save_passwd=trueXVTUI_dont_cache=falseXVTUI_passwd=abc", {"true", "false", "abc"}},
-        {&oneEntry, "XVTUI_save_passwd=falseXVTUI_dont_cache=falseXVTUI_passwd=", {"false", "false", ""}},
-        {&oneEntry, "XVTUI_save_passwd=trueXVTUI_dont_cache=falseXVTUI_passwd=XVTUI_passwd=x",
-         {"true", "false", "XVTUI_passwd=x"}},
-        {&oneEntry, withNul, {"false", "true", std::string_view("a\0b", 3)}},
-        {&oneEntry, "XVTUI_dont_cache=falseXVTUI_save_passwd=trueXVTUI_passwd=abc", {}},
-        {&oneEntry, "XVTUI_save_passwd=trueXVTUI_dont_cache=falseXVTUI_pass", {}},
-        {&oneEntry, "XVTUI_save_passwd=TrueXVTUI_dont_cache=falseXVTUI_passwd=a", {}},
-        {&threeEntry, "XVTUI_old_passwd=oldXVTUI_passwd=new", {"old", "new"}},
-        {&threeEntry, "XVTUI_old_passwd=XVTUI_passwd=", {"", ""}},
-        // The new password may hold the key; the old one is cut at its first copy.
-        {&threeEntry, "XVTUI_old_passwd=oXVTUI_passwd=nXVTUI_passwd=", {"o", "nXVTUI_passwd="}},
-        {&threeEntry, "XVTUI_old_passwd=old", {}},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.output));
-        std::vector<Field> fields;
-        std::string problem;
-        const bool accepted = (*c.decoder)(c.output, fields, problem);
-        ASSERT_EQ(accepted, !c.values.empty()) << problem;
-        if (!accepted)
+        const Answer answer = DecodeExited(c.output, 0, c.decoder ? *c.decoder : ChangePasswordDecoder(c.limits));
+        ASSERT_EQ(answer.outcome, c.values.empty() ? Outcome::Malformed : Outcome::Answered) << answer.problem;
+        if (c.values.empty())
             continue;
-        ASSERT_EQ(fields.size(), c.values.size());
-        for (size_t i = 0; i < fields.size(); ++i)
-            EXPECT_EQ(fields[i].value.view(), c.values[i]);
-        EXPECT_TRUE(fields.back().secret);
+        ASSERT_EQ(answer.fields.size(), c.values.size());
+        for (size_t i = 0; i < c.values.size(); ++i)
+            EXPECT_EQ(answer.fields[i].value.view(), c.values[i]) << i;
+        EXPECT_EQ(answer.fields.back().key, kPasswdKey);
+        EXPECT_TRUE(answer.fields.back().secret);
+        EXPECT_EQ(answer.fields.front().secret, c.decoder != &pin); // the old password too, not the flags
     }
 }
 
-TEST(Request, MessageAndControlWords)
+// One keyword, three dialogs: the last two arguments ask for the current and
+// for a new password; only the one-entry dialog reads its two box words.
+TEST(ClientRequest, PasswordCommandLinesAndInput)
 {
-    const Request plain = MessageRequest(130, "Text %s");
-    EXPECT_EQ(plain.arguments, (std::vector<std::string>{"VTDisplayMessage", "130", "Text %s"}));
-    EXPECT_TRUE(plain.input.empty());
-    EXPECT_EQ(MessageRequest("2x", "t", true).arguments,
-              (std::vector<std::string>{"VTDisplayMessageEx", "2x", "t"}));
-
-    secure::String input;
-    AppendWord(input, 7);
-    AppendWord(input, 0x01020304);
-    ASSERT_EQ(input.size(), 8u);
-    std::uint32_t words[2];
-    std::memcpy(words, input.data(), sizeof words);
-    EXPECT_EQ(words[0], 7u);
-    EXPECT_EQ(words[1], 0x01020304u);
+    const PasswordRequestArgs args{"T", "H", "r", "c", "k", "RC", "CC", "KC", "P", "N", "0", "3", "8", "4", "12", "6"};
+    Args line = {"VTQueryPinEx", "T", "H", "r", "c", "k", "RC", "CC", "KC", "P", "N", "0", "3", "8", "4", "12", "6",
+                 "1", "0"};
+    const Request pin = PinRequest(args, 0x107, 3);
+    EXPECT_EQ(pin.arguments, line);
+    const std::uint32_t words[] = {0x107, 3}; // in host byte order
+    EXPECT_TRUE(pin.input == std::string_view(reinterpret_cast<const char*>(words), sizeof words));
+    line[17] = "0";
+    line[18] = "1";
+    EXPECT_EQ(NewPasswordRequest(args).arguments, line);
+    line[17] = "1";
+    EXPECT_EQ(ChangePasswordRequest(args).arguments, line);
+    EXPECT_TRUE(NewPasswordRequest(args).input.empty() && ChangePasswordRequest(args).input.empty());
+    EXPECT_TRUE(pin.secretAnswer && NewPasswordRequest(args).secretAnswer && ChangePasswordRequest(args).secretAnswer);
 }
-
-using Args = std::vector<std::string>;
 
 TEST(AskCommand, CommandLines)
 {
-    struct Case {
-        std::vector<std::string> args;
-        std::optional<std::vector<std::string>> helperArguments; // nullopt: rejected
+    PasswordRequestArgs max8;
+    max8.maxPasswordLength = "8";
+    const struct { Args args; std::optional<Request> request; } cases[] = { // nullopt: refused
+        {{"message", "Hello"}, MessageRequest(0, "Hello")},
+        {{"--timeout", "1.5", "message", "--ex", "--flags", "2x", "Hi"}, MessageRequest("2x", "Hi", true)},
+        {{"--helper", "/x/xvtui", "raw", "VTFoo", "a"}, RawRequest({"VTFoo", "a"})},
+        {{"pin", "--save-box", "7", "--dont-cache-box", "0x107"}, PinRequest({}, 7, 0x107)},
+        {{"change-password", "--max", "8"}, ChangePasswordRequest(max8)},
+        {{}, {}}, {{"message", "a", "b"}, {}}, {{"--timeout", "0", "message", "x"}, {}}, {{"frobnicate"}, {}},
+        {{"new-password", "--save-box", "7"}, {}}, {{"pin", "--save-box", "4294967296"}, {}},
     };
-    const Case cases[] = {
-        {{"message", "Hello"}, Args{"VTDisplayMessage", "0", "Hello"}},
-        {{"message", "--flags", "130", "Hello"}, Args{"VTDisplayMessage", "130", "Hello"}},
-        {{"message", "--ex", "--flags", "2x", "Hi"}, Args{"VTDisplayMessageEx", "2x", "Hi"}},
-        {{"--timeout", "1.5", "--reveal", "message", "Hi"}, Args{"VTDisplayMessage", "0", "Hi"}},
-        {{"--helper", "/x/xvtui", "raw", "VTFoo", "a"}, Args{"VTFoo", "a"}},
-        {{"raw"}, std::vector<std::string>{}}, // the helper without any keyword
-        {{}, std::nullopt},
-        {{"message"}, std::nullopt},
-        {{"message", "a", "b"}, std::nullopt},
-        {{"message", "--flags"}, std::nullopt},
-        {{"message", "--colour", "red", "x"}, std::nullopt},
-        {{"--timeout", "0", "message", "x"}, std::nullopt},
-        {{"--timeout", "soon", "message", "x"}, std::nullopt},
-        {{"--helper", "", "message", "x"}, std::nullopt},
-        {{"--verbose", "message", "x"}, std::nullopt},
-        {{"frobnicate", "x"}, std::nullopt},
-    };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(::testing::PrintToString(c.args));
         std::string error;
-        const auto command = ParseAskCommand(c.args, error);
-        if (!c.helperArguments) {
-            EXPECT_FALSE(command.has_value());
-            EXPECT_FALSE(error.empty());
-            continue;
+        const std::optional<AskCommand> command = ParseAskCommand(c.args, error);
+        ASSERT_EQ(command.has_value(), c.request.has_value()) << error;
+        EXPECT_EQ(error.empty(), command.has_value());
+        if (command) {
+            EXPECT_EQ(command->request.arguments, c.request->arguments);
+            EXPECT_TRUE(command->request.input == c.request->input.view());
         }
-        ASSERT_TRUE(command.has_value()) << error;
-        EXPECT_EQ(command->request.arguments, *c.helperArguments);
     }
-    std::string error;
-    const auto timed = ParseAskCommand({"--timeout", "1.5", "message", "x"}, error);
-    ASSERT_TRUE(timed && timed->timeout);
-    EXPECT_EQ(timed->timeout->count(), 1500);
 }
 
-TEST(AskCommand, HelperChoice)
-{
-    EXPECT_EQ(ChooseHelper("/a/xvtui", "/b/xvtui", "/c/bin/xvtui-ask"), "/a/xvtui");
-    EXPECT_EQ(ChooseHelper("", "/b/xvtui", "/c/bin/xvtui-ask"), "/b/xvtui");
-    EXPECT_EQ(ChooseHelper("", "", "/c/bin/xvtui-ask"), "/c/bin/xvtui");
-    EXPECT_EQ(ChooseHelper("", nullptr, "/c/bin/xvtui-ask"), "/c/bin/xvtui");
-    EXPECT_EQ(ChooseHelper("", nullptr, "xvtui-ask"), "./xvtui");
-    EXPECT_EQ(ChooseHelper("", nullptr, "/xvtui-ask"), "/xvtui");
-}
-
+// Secrets are printed as their length unless revealed, and a malformed answer
+// that may hold one is never echoed.
 TEST(AskCommand, PrintoutHidesSecretsUnlessRevealed)
 {
-    Answer answer;
-    answer.outcome = Outcome::Answered;
-    answer.code = kSuccess;
-    answer.exited = true;
-    answer.exitStatus = 0;
-    Field save{"XVTUI_save_passwd=", secure::String("true"), false};
-    Field password{"XVTUI_passwd=", secure::String("s3cr3t"), true};
-    answer.fields.push_back(std::move(save));
-    answer.fields.push_back(std::move(password));
-
-    const std::string hidden = FormatAnswer(answer, "", true, false);
-    EXPECT_EQ(hidden, "XVTUI_save_passwd=true\nXVTUI_passwd=<hidden, 6 bytes>\nexit status: 0\n");
-    EXPECT_NE(FormatAnswer(answer, "", true, true).find("XVTUI_passwd=s3cr3t"), std::string::npos);
-    EXPECT_EQ(ExitCodeFor(answer), kAskAnswered);
-
-    // A malformed answer of a secret request is not echoed.
-    Answer broken;
-    broken.outcome = Outcome::Malformed;
-    broken.exited = true;
-    broken.exitStatus = 0;
-    broken.problem = "expected the key";
-    EXPECT_EQ(FormatAnswer(broken, "XVTUI_passwd=s3cr3t", true, false).find("s3cr3t"), std::string::npos);
-    EXPECT_NE(FormatAnswer(broken, "odd\x01", false, false).find("\"odd\\x01\""), std::string::npos);
-    EXPECT_EQ(ExitCodeFor(broken), kAskError);
-
-    Answer cancelled;
-    cancelled.outcome = Outcome::Refused;
-    cancelled.code = kCancelled;
-    cancelled.exited = true;
-    cancelled.exitStatus = 110;
-    EXPECT_EQ(FormatAnswer(cancelled, "ret=2148532334", false, false),
-              "ret=2148532334 (cancelled)\nexit status: 110\n");
-    EXPECT_EQ(ExitCodeFor(cancelled), kAskRefused);
+    const Request request = PinRequest({}, 3, 3);
+    const std::string_view good = "XVTUI_save_passwd=trueXVTUI_dont_cache=falseXVTUI_passwd=s3cr";
+    const std::string_view bad = "XVTUI_save_passwd=yesXVTUI_dont_cache=falseXVTUI_passwd=s3cr";
+    const Answer answered = DecodeExited(good, 0, request.decoder), broken = DecodeExited(bad, 0, request.decoder);
+    const Answer cancelled = DecodeExited("ret=2148532334", 110, request.decoder);
+    EXPECT_EQ(FormatAnswer(answered, good, true, false),
+              "XVTUI_save_passwd=true\nXVTUI_dont_cache=false\nXVTUI_passwd=<hidden, 4 bytes>\nexit status: 0\n");
+    EXPECT_NE(FormatAnswer(answered, good, true, true).find("\nXVTUI_passwd=s3cr\n"), std::string::npos);
+    EXPECT_EQ(FormatAnswer(broken, bad, true, false).find("s3cr"), std::string::npos);
+    EXPECT_EQ(FormatAnswer(cancelled, "ret=2148532334", true, false), "ret=2148532334 (cancelled)\nexit status: 110\n");
+    EXPECT_EQ(std::vector({ExitCodeFor(answered), ExitCodeFor(cancelled), ExitCodeFor(broken)}),
+              std::vector({kAskAnswered, kAskRefused, kAskError}));
 }
 
 } // namespace
