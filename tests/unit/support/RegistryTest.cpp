@@ -44,11 +44,7 @@ protected:
         setenv("TORVIK_LOCAL_CONFIG", m_box.LocalConfig().c_str(), 1);
         setenv("TORVIK_GLOBAL_CONFIG", m_box.GlobalConfig().c_str(), 1);
     }
-    void TearDown() override
-    {
-        unsetenv("TORVIK_LOCAL_CONFIG");
-        unsetenv("TORVIK_GLOBAL_CONFIG");
-    }
+    void TearDown() override { unsetenv("TORVIK_LOCAL_CONFIG"); unsetenv("TORVIK_GLOBAL_CONFIG"); }
     testkit::Sandbox m_box;
 };
 
