@@ -1,154 +1,56 @@
 // PasswordGuiSupport.h: what the in-process tests of the password dialogs share.
 //
-// The dialogs are built directly in the test process on its private Xvfb.
-// Standard input and output are replaced by pipes (StdinFeed, StdoutCapture);
-// a dialog runs through its real ShowDialog while a test body runs from the
-// main loop (RunDialog), waiting for conditions with RunUntil, which iterates
-// the main context until the condition holds or a deadline passes.
+// A dialog of any kind is built through the factory in the test process, on
+// its private Xvfb, and driven through its widgets by name. It is shown
+// without a main loop of its own: OK ends it just the same, and waits iterate
+// the main context until a condition holds or a deadline passes.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <gtk/gtk.h>
-
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <functional>
+#include <cstdio>
+#include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include "common/Xvfb.h"
-#include "dialogs/password/PasswordDialogInfo.h"
-#include "unit/base/TempSettings.h"
+#include "base/secure/SecureString.h"
+#include "common/XClient.h"
+#include "dialogs/password/PasswordDialogFactory.h"
+#include "gui/base/GuiSupport.h"
 
 namespace pwtest {
 
-// The private Xvfb, English texts, the build tree's catalogues, temporary
-// settings, and a watchdog against a test that hangs.
-class PasswordGuiTest : public ::testing::Test {
+inline constexpr const char* kCurrent = "xvtui-password-entry";
+inline constexpr const char* kNew = "xvtui-new-password-entry";
+inline constexpr const char* kConfirm = "xvtui-confirm-password-entry";
+
+// GuiTest's display, texts, settings and watchdog, with Caps Lock off.
+class PasswordGui : public GuiTest {
 protected:
     void SetUp() override
     {
-        testkit::PrivateDisplay();
-        setenv("LC_ALL", "C.UTF-8", 1);
-        setenv("TORVIK_CATALOG_DIR", XVTUI_CATALOG_DIR, 1);
-        setenv("TORVIK_LOCALE_CATALOG_DIR", XVTUI_RU_CATALOG_DIR, 1);
-        m_settings.SetLocal(nullptr);
-        m_settings.SetGlobal(nullptr);
-        alarm(60);
+        GuiTest::SetUp();
+        SetCapsLock(false);
     }
-    void TearDown() override { alarm(0); }
-
-    TempSettings m_settings;
+    // Sets the keyboard's Caps Lock and the dialogs' belief in it.
+    static void SetCapsLock(bool on)
+    {
+        testkit::XClient x;
+        if (x.CapsLockOn() != on)
+            x.PressKey("Caps_Lock");
+        PasswordDialogBase::m_capsLockIsOn = on;
+    }
 };
 
-// A one-entry PIN request; tests change single fields.
-inline PasswordDialogInfo PinRequest()
+// Distinct words for the current secret ("password") and the new one ("PIN"),
+// so that every warning shows which one it means.
+inline PasswordDialogInfo Request(int minPassword = 0, int minNewPassword = 0, int triesLeft = 0xFFFF)
 {
-    PasswordDialogInfo info;
-    info.title = "PIN request";
-    info.header = "Enter the PIN of the key carrier\n";
-    info.readerName = "Reader 7";
-    info.carrierName = "Carrier 42";
-    info.containerName = "container-1";
-    info.readerCaption = "Reader:";
-    info.carrierCaption = "Carrier:";
-    info.containerCaption = "Container:";
-    info.passwordTerm = "PIN";
-    info.carrierActive = true;
-    info.triesLeft = 0xFFFF; // no tries information
-    info.maxPasswordLength = 0;
-    info.minPasswordLength = 0;
-    return info;
+    return {.title = "PIN request", .header = "Enter the PIN of the key carrier\n", .readerName = "Reader 7",
+            .carrierName = "Carrier 42", .containerName = "container-1", .readerCaption = "Reader:",
+            .carrierCaption = "Carrier:", .containerCaption = "Container:", .passwordTerm = "password",
+            .newPasswordTerm = "PIN", .carrierActive = true, .triesLeft = triesLeft, .maxPasswordLength = 16,
+            .minPasswordLength = minPassword, .maxNewPasswordLength = 24, .minNewPasswordLength = minNewPassword};
 }
-
-// Standard input becomes a pipe holding `bytes` and then its end, for the
-// lifetime of the object.
-class StdinFeed {
-public:
-    explicit StdinFeed(const std::vector<unsigned char>& bytes)
-    {
-        int fds[2];
-        if (pipe(fds) != 0)
-            throw std::runtime_error("pipe failed");
-        if (!bytes.empty() && write(fds[1], bytes.data(), bytes.size()) != static_cast<ssize_t>(bytes.size()))
-            throw std::runtime_error("write failed");
-        close(fds[1]);
-        m_saved = dup(STDIN_FILENO);
-        dup2(fds[0], STDIN_FILENO);
-        close(fds[0]);
-    }
-    // The two control words, in host byte order.
-    static StdinFeed Words(std::uint32_t save, std::uint32_t dontCache)
-    {
-        std::vector<unsigned char> bytes(8);
-        std::memcpy(bytes.data(), &save, 4);
-        std::memcpy(bytes.data() + 4, &dontCache, 4);
-        return StdinFeed(bytes);
-    }
-    StdinFeed(StdinFeed&& other) noexcept : m_saved(other.m_saved) { other.m_saved = -1; }
-    ~StdinFeed()
-    {
-        if (m_saved >= 0) {
-            dup2(m_saved, STDIN_FILENO);
-            close(m_saved);
-        }
-    }
-
-private:
-    int m_saved = -1;
-};
-
-// Standard output goes into a pipe while the object lives; Take() returns
-// what was written so far (nothing else of the test may print meanwhile).
-class StdoutCapture {
-public:
-    StdoutCapture()
-    {
-        std::fflush(stdout);
-        int fds[2];
-        if (pipe(fds) != 0)
-            throw std::runtime_error("pipe failed");
-        m_read = fds[0];
-        fcntl(m_read, F_SETFL, O_NONBLOCK);
-        m_saved = dup(STDOUT_FILENO);
-        dup2(fds[1], STDOUT_FILENO);
-        close(fds[1]);
-    }
-    ~StdoutCapture()
-    {
-        std::fflush(stdout);
-        dup2(m_saved, STDOUT_FILENO);
-        close(m_saved);
-        close(m_read);
-    }
-    // Reads into `buffer` (up to `size` bytes) and returns the count.
-    std::size_t TakeInto(char* buffer, std::size_t size)
-    {
-        std::fflush(stdout);
-        std::size_t got = 0;
-        while (got < size) {
-            const ssize_t n = read(m_read, buffer + got, size - got);
-            if (n <= 0)
-                break;
-            got += static_cast<std::size_t>(n);
-        }
-        return got;
-    }
-    std::string Take()
-    {
-        char buffer[4096];
-        return std::string(buffer, TakeInto(buffer, sizeof buffer));
-    }
-
-private:
-    int m_read = -1;
-    int m_saved = -1;
-};
 
 // Iterates the default main context until `done()` holds; false when
 // `timeoutMs` passes first.
@@ -156,74 +58,103 @@ inline bool RunUntil(const std::function<bool()>& done, unsigned timeoutMs = 500
 {
     bool expired = false;
     const guint timer = g_timeout_add(
-        timeoutMs, [](gpointer flag) -> gboolean { *static_cast<bool*>(flag) = true; return FALSE; }, &expired);
+        timeoutMs, [](gpointer flag) -> gboolean { return *static_cast<bool*>(flag) = true, FALSE; }, &expired);
     while (!done() && !expired)
         g_main_context_iteration(nullptr, TRUE);
     if (!expired)
         g_source_remove(timer);
-    return !expired || done();
+    return done();
 }
 
-// Runs `dialog.ShowDialog()` with `body` started from the main loop once the
-// loop runs. When the body returns (also by a failed ASSERT or an exception)
-// and the dialog is still open, `cancel` ends it. Returns ShowDialog's result.
-template <class Dialog>
-std::uint32_t RunDialog(Dialog& dialog, const std::function<void()>& body, const std::function<void()>& cancel)
+// Runs `body` with descriptor `fd` replaced by `replacement` (which it closes).
+template <class Body>
+void Redirected(int fd, int replacement, Body body)
 {
-    struct Script {
-        const std::function<void()>* body;
-        const std::function<void()>* cancel;
-    } script{&body, &cancel};
-    g_idle_add(
-        [](gpointer data) -> gboolean {
-            auto* s = static_cast<Script*>(data);
-            try {
-                (*s->body)();
-            } catch (const std::exception& error) {
-                ADD_FAILURE() << "test body threw: " << error.what();
-            }
-            (*s->cancel)();
-            return FALSE;
-        },
-        &script);
-    return dialog.ShowDialog();
+    const int saved = dup(fd);
+    dup2(replacement, fd);
+    close(replacement);
+    body();
+    dup2(saved, fd);
+    close(saved);
 }
 
-// The widget named `name` under `root`, internal children included.
-inline GtkWidget* FindNamed(GtkWidget* root, const char* name)
-{
-    if (root == nullptr)
-        return nullptr;
-    if (std::strcmp(gtk_widget_get_name(root), name) == 0)
-        return root;
-    struct Search {
-        const char* name;
-        GtkWidget* found;
-    } search{name, nullptr};
-    if (GTK_IS_CONTAINER(root)) {
-        gtk_container_forall(
-            GTK_CONTAINER(root),
-            [](GtkWidget* child, gpointer data) {
-                auto* s = static_cast<Search*>(data);
-                if (s->found == nullptr)
-                    s->found = FindNamed(child, s->name);
-            },
-            &search);
+// One dialog of kind 1 (reading `save` and `dontCache` as its control words
+// from standard input), 2 or 3.
+class Dialog {
+public:
+    Dialog(int kind, const PasswordDialogInfo& info, std::uint32_t save = 3, std::uint32_t dontCache = 3)
+    {
+        const std::uint32_t words[2] = {save, dontCache};
+        int fds[2];
+        if (pipe(fds) != 0 || write(fds[1], words, sizeof words) != sizeof words)
+            throw std::runtime_error("no pipe for the control words");
+        close(fds[1]);
+        Redirected(STDIN_FILENO, fds[0], [&] { m_dialog = PasswordDialogFactory::CreatePasswordDialog(kind, info); });
+        GList* toplevels = gtk_window_list_toplevels();
+        for (GList* item = toplevels; item != nullptr; item = item->next)
+            if (std::strcmp(gtk_widget_get_name(GTK_WIDGET(item->data)), "xvtui-window") == 0)
+                m_window = GTK_WIDGET(item->data);
+        g_list_free(toplevels);
+        if (m_dialog == nullptr || m_window == nullptr)
+            throw std::runtime_error("no dialog of kind " + std::to_string(kind));
+        g_signal_connect(m_window, "destroy", G_CALLBACK(gtk_widget_destroyed), &m_window);
     }
-    return search.found;
-}
+    Dialog(const Dialog&) = delete;
 
-inline std::string LabelText(GtkWidget* label)
-{
-    return label != nullptr ? gtk_label_get_text(GTK_LABEL(label)) : "<no label>";
-}
+    // The window while the dialog is open, else null.
+    GtkWidget* Window() const { return m_window; }
+    GtkWidget* W(const char* name) const { return FindNamed(m_window, name); }
+    std::string Label(const char* name) const { return gtk_label_get_text(GTK_LABEL(W(name))); }
+    std::string Hint() const { return Label("xvtui-hint"); }
+    bool OkSensitive() const { return gtk_widget_get_sensitive(W("xvtui-ok")) != FALSE; }
+    void ClickOk() const { gtk_button_clicked(GTK_BUTTON(W("xvtui-ok"))); }
+    // The whole text of an entry replaced.
+    void Fill(const char* entry, const char* text) const { gtk_entry_set_text(GTK_ENTRY(W(entry)), text); }
 
-// True once the X server has mapped the top-level `window`.
-inline bool IsMappedOnServer(GtkWidget* window)
+    // Shows the window and gives it the keyboard focus as a window manager
+    // would, so that focus changes inside it are real focus-in events.
+    void Show() const
+    {
+        gtk_widget_show_all(m_window);
+        GdkWindow* window = gtk_widget_get_window(m_window);
+        if (!RunUntil([&] { return (gdk_window_get_state(window) & GDK_WINDOW_STATE_WITHDRAWN) == 0; }))
+            throw std::runtime_error("the window was not mapped");
+        gdk_window_focus(window, GDK_CURRENT_TIME);
+        if (!RunUntil([&] { return gtk_window_has_toplevel_focus(GTK_WINDOW(m_window)) != FALSE; }))
+            throw std::runtime_error("the window got no focus");
+    }
+    void Focus(const char* entry) const
+    {
+        gtk_widget_grab_focus(W(entry));
+        if (!RunUntil([&] { return gtk_widget_has_focus(W(entry)) != FALSE; }))
+            throw std::runtime_error(std::string(entry) + " got no focus");
+    }
+
+    // What the dialog writes to standard output, read into secure storage.
+    secure::String Answer() const
+    {
+        std::fflush(stdout);
+        int fds[2];
+        if (pipe(fds) != 0)
+            throw std::runtime_error("no pipe for the answer");
+        Redirected(STDOUT_FILENO, fds[1], [&] { m_dialog->PrintResultToPipe(); });
+        secure::String answer;
+        answer.resize(4096);
+        const ssize_t got = read(fds[0], answer.data(), answer.size()); // all of it: the writer is done
+        close(fds[0]);
+        answer.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
+        return answer;
+    }
+
+private:
+    GtkWidget* m_window = nullptr; // set to null when the window is destroyed
+    std::unique_ptr<PasswordDialogBase> m_dialog;
+};
+
+// The three lines of the hint label.
+inline std::string Lines(const std::string& a = "", const std::string& b = "", const std::string& c = "")
 {
-    GdkWindow* gdkWindow = window != nullptr ? gtk_widget_get_window(window) : nullptr;
-    return gdkWindow != nullptr && (gdk_window_get_state(gdkWindow) & GDK_WINDOW_STATE_WITHDRAWN) == 0 &&
-           gtk_widget_get_mapped(window);
+    return a + "\n" + b + "\n" + c + "\n";
 }
 
 } // namespace pwtest
