@@ -1,9 +1,8 @@
 // PasswordGuiSupport.h: what the in-process tests of the password dialogs share.
 //
-// A dialog of any kind is built through the factory in the test process, on
-// its private Xvfb, and driven through its widgets by name. It is shown
-// without a main loop of its own: OK ends it just the same, and waits iterate
-// the main context until a condition holds or a deadline passes.
+// A dialog of any kind is built through the factory on the private Xvfb and
+// driven through its widgets by name, without a main loop of its own: OK ends
+// it just the same, and waits iterate the main context.
 #pragma once
 
 #include <cstdint>
@@ -116,10 +115,7 @@ public:
     void Show() const
     {
         gtk_widget_show_all(m_window);
-        GdkWindow* window = gtk_widget_get_window(m_window);
-        if (!RunUntil([&] { return (gdk_window_get_state(window) & GDK_WINDOW_STATE_WITHDRAWN) == 0; }))
-            throw std::runtime_error("the window was not mapped");
-        gdk_window_focus(window, GDK_CURRENT_TIME);
+        gdk_window_focus(gtk_widget_get_window(m_window), GDK_CURRENT_TIME);
         if (!RunUntil([&] { return gtk_window_has_toplevel_focus(GTK_WINDOW(m_window)) != FALSE; }))
             throw std::runtime_error("the window got no focus");
     }

@@ -85,7 +85,9 @@ TEST(PasswordRequest, FillsTheRecord)
     EXPECT_TRUE(Parse(Args(12, "-2")).info.carrierActive);
 }
 
-// Any non-zero flag asks: 1 current, 2 new, 3 both; 0 asks nothing.
+// Any non-zero flag asks: 1 current, 2 new, 3 both; nothing asked is the
+// factory's creation error, and a bad integer its parse error, before any
+// window (not GTK's 1114).
 TEST(PasswordRequest, FlagsChooseTheKind)
 {
     const struct {
@@ -98,14 +100,7 @@ TEST(PasswordRequest, FlagsChooseTheKind)
         args[19] = c.needNewPassword;
         EXPECT_EQ(Parse(args).kind, c.kind) << c.needPassword << "/" << c.needNewPassword;
     }
-}
-
-// Through the process's factory: nothing asked is its creation error, and a
-// bad integer the parse error, before any window (not GTK's 1114).
-TEST(PasswordRequest, FactoryRefusals)
-{
-    std::vector<std::string> nothingAsked = Args(18, "0");
-    ExpectRefused(nothingAsked, "Error in function: CreateDialog(...) : Error in creating VTQueryPinEx dialog\n", true);
+    ExpectRefused(Args(18, "0"), "Error in function: CreateDialog(...) : Error in creating VTQueryPinEx dialog\n", true);
     ExpectRefused(Args(19, "x"), kBadArgs, true);
 }
 
