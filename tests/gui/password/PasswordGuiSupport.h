@@ -7,9 +7,13 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
+
+#include <unistd.h>
 
 #include "base/secure/SecureString.h"
 #include "common/XClient.h"

@@ -8,7 +8,6 @@
 #include <fstream>
 #include <vector>
 
-
 namespace {
 
 using namespace pwtest;
