@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
-# Makes the screenshots of the new-password and password-change dialogs in
-# docs/, in English and in Russian, on a private Xvfb. Each dialog is asked
-# through xvtui-ask, filled in by xvtui-drive with real key presses,
-# photographed once drawn, and cancelled.
+# Makes the screenshots of the PIN, new-password and password-change dialogs
+# in docs/, in English and in Russian, and of the message dialog, on a private
+# Xvfb. Each dialog is asked through xvtui-ask, filled in by xvtui-drive with
+# real key presses, photographed once drawn, and ended with its rightmost
+# button (Cancel; OK in the message dialog).
 # Usage: docs/screenshots.sh [build-dir]   (default: build)
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -80,3 +81,16 @@ shot change-password-ru.png ru_RU.UTF-8 change-password \
     --reader "Считыватель 0" --carrier "Токен 4F2A1C" --container "signing-key-2026" \
     --reader-caption "Считыватель:" --carrier-caption "Носитель:" --container-caption "Контейнер:" \
     --term "PIN-код" --tries 2 --min 4 --min-new 6
+shot pin.png C.UTF-8 pin \
+    --type "12" -- \
+    --title "PIN" --header "Enter the PIN of the key container." \
+    --reader "Reader 0" --carrier "Token 4F2A1C" --container "signing-key-2026" \
+    --term "PIN" --tries 2 --min 4 --save-box 7 --dont-cache-box 3
+shot pin-ru.png ru_RU.UTF-8 pin \
+    --type "12" -- \
+    --title "PIN-код" --header "Введите PIN-код контейнера ключей." \
+    --reader "Считыватель 0" --carrier "Токен 4F2A1C" --container "signing-key-2026" \
+    --reader-caption "Считыватель:" --carrier-caption "Носитель:" --container-caption "Контейнер:" \
+    --term "PIN-код" --tries 2 --min 4 --save-box 7 --dont-cache-box 3
+shot message.png C.UTF-8 message -- \
+    --flags 130 "Old keys were found on this key carrier. They still work, but should be replaced soon."
