@@ -238,82 +238,101 @@ std::string ChooseHelper(const std::string& given, const char* environment,
     return HelperNextTo(selfExecutable);
 }
 
-std::string Escape(std::string_view bytes)
+namespace {
+
+// Appends `bytes` to `out` as a C-like quoted string. `Out` is std::string,
+// or secure::String where the bytes may be a secret.
+template <class Out>
+void AppendEscaped(Out& out, std::string_view bytes)
 {
     static const char hex[] = "0123456789abcdef";
-    std::string out = "\"";
+    out.append(std::string_view("\""));
     for (const char c : bytes) {
         const auto byte = static_cast<unsigned char>(c);
         switch (c) {
         case '\n':
-            out += "\\n";
+            out.append(std::string_view("\\n"));
             break;
         case '\t':
-            out += "\\t";
+            out.append(std::string_view("\\t"));
             break;
         case '"':
-            out += "\\\"";
+            out.append(std::string_view("\\\""));
             break;
         case '\\':
-            out += "\\\\";
+            out.append(std::string_view("\\\\"));
             break;
         default:
             if (byte >= 0x20 && byte < 0x7F) {
-                out += c;
+                out.push_back(c);
             } else {
-                out += "\\x";
-                out += hex[byte >> 4];
-                out += hex[byte & 0xF];
+                const char escaped[] = {'\\', 'x', hex[byte >> 4], hex[byte & 0xF]};
+                out.append(std::string_view(escaped, sizeof escaped));
             }
         }
     }
-    out += '"';
+    out.push_back('"');
+}
+
+} // namespace
+
+std::string Escape(std::string_view bytes)
+{
+    std::string out;
+    AppendEscaped(out, bytes);
     return out;
 }
 
-std::string FormatAnswer(const Answer& answer, std::string_view rawOutput, bool secretAnswer,
-                         bool reveal)
+secure::String FormatAnswer(const Answer& answer, std::string_view rawOutput, bool secretAnswer,
+                            bool reveal)
 {
-    std::string text;
+    // Revealed secrets and a raw answer that may hold one pass through here:
+    // the text is built in wiped storage, never in a std::string.
+    secure::String text;
+    const auto add = [&text](std::string_view part) { text.append(part); };
     switch (answer.outcome) {
     case Outcome::Answered:
         for (const Field& field : answer.fields) {
             if (field.secret && !reveal) {
-                text += field.key + "<hidden, " + std::to_string(field.value.size()) + " bytes>\n";
+                add(field.key + "<hidden, " + std::to_string(field.value.size()) + " bytes>\n");
             } else if (field.key.empty()) {
-                text += "answer: " + Escape(field.value.view()) + "\n";
+                add("answer: ");
+                AppendEscaped(text, field.value.view());
+                add("\n");
             } else {
-                text += field.key;
-                text.append(field.value.view());
-                text += "\n";
+                add(field.key);
+                add(field.value.view());
+                add("\n");
             }
         }
         break;
     case Outcome::Refused:
-        text += "ret=" + std::to_string(answer.code) + " (" + std::string(CodeName(answer.code)) +
-                ")\n";
+        add("ret=" + std::to_string(answer.code) + " (" + std::string(CodeName(answer.code)) + ")\n");
         break;
     case Outcome::Usage:
-        text += "usage text: " + Escape(kUsageText) + "\n";
+        add("usage text: " + Escape(kUsageText) + "\n");
         break;
     case Outcome::Malformed:
-        text += "malformed answer: " + answer.problem + "\n";
-        if (!secretAnswer || reveal)
-            text += "output: " + Escape(rawOutput) + "\n";
+        add("malformed answer: " + answer.problem + "\n");
+        if (!secretAnswer || reveal) {
+            add("output: ");
+            AppendEscaped(text, rawOutput);
+            add("\n");
+        }
         break;
     case Outcome::Killed:
-        text += "the helper was killed by signal " + std::to_string(answer.termSignal) + "\n";
+        add("the helper was killed by signal " + std::to_string(answer.termSignal) + "\n");
         break;
     case Outcome::TimedOut:
-        text += "no answer in time: the helper was stopped\n";
+        add("no answer in time: the helper was stopped\n");
         break;
     }
     if (answer.outcome == Outcome::Refused && !answer.problem.empty())
-        text += "note: " + answer.problem + "\n";
+        add("note: " + answer.problem + "\n");
     if (answer.exited)
-        text += "exit status: " + std::to_string(answer.exitStatus) + "\n";
+        add("exit status: " + std::to_string(answer.exitStatus) + "\n");
     else
-        text += "ended by signal " + std::to_string(answer.termSignal) + "\n";
+        add("ended by signal " + std::to_string(answer.termSignal) + "\n");
     return text;
 }
 

@@ -56,9 +56,10 @@ std::string ChooseHelper(const std::string& given, const char* environment,
 
 // The decoded answer as printed: one line per key (secret values hidden unless
 // `reveal`), or "ret=CODE (name)", then the exit status. `rawOutput` is shown,
-// escaped, only for a malformed answer of a request without secrets.
-std::string FormatAnswer(const Answer& answer, std::string_view rawOutput, bool secretAnswer,
-                         bool reveal);
+// escaped, only for a malformed answer of a request without secrets (or with
+// `reveal`). The text may hold a revealed secret, so it lives in wiped storage.
+secure::String FormatAnswer(const Answer& answer, std::string_view rawOutput, bool secretAnswer,
+                            bool reveal);
 
 AskExit ExitCodeFor(const Answer& answer);
 

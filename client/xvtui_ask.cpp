@@ -3,11 +3,32 @@
 #include "client/AskCommand.h"
 #include "client/HelperProcess.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <exception>
 #include <string>
+#include <string_view>
+#include <unistd.h>
 #include <vector>
+
+namespace {
+
+bool WriteAll(int fd, std::string_view bytes)
+{
+    while (!bytes.empty()) {
+        const ssize_t written = write(fd, bytes.data(), bytes.size());
+        if (written < 0 && errno == EINTR)
+            continue;
+        if (written <= 0)
+            return false;
+        bytes.remove_prefix(static_cast<size_t>(written));
+    }
+    return true;
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -28,9 +49,12 @@ int main(int argc, char** argv)
         options.helper = ChooseHelper(command->helper, std::getenv("XVTUI_HELPER"), SelfExecutable());
         const RunResult run = Run(command->request, options, command->timeout);
         const Answer answer = Decode(run, command->request.decoder);
-        const std::string text =
+        const secure::String text =
             FormatAnswer(answer, run.output.view(), command->request.secretAnswer, command->reveal);
-        std::fwrite(text.data(), 1, text.size(), stdout);
+        // Straight to the descriptor: a revealed password must not linger in
+        // the C library's output buffer.
+        if (!WriteAll(STDOUT_FILENO, text.view()))
+            throw ClientError(std::string("cannot write the answer: ") + std::strerror(errno));
         return ExitCodeFor(answer);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "xvtui-ask: %s\n", e.what());

@@ -164,8 +164,8 @@ TEST(AskCommand, PrintoutHidesSecretsUnlessRevealed)
     const Answer cancelled = DecodeExited("ret=2148532334", 110, request.decoder);
     EXPECT_EQ(FormatAnswer(answered, good, true, false),
               "XVTUI_save_passwd=true\nXVTUI_dont_cache=false\nXVTUI_passwd=<hidden, 4 bytes>\nexit status: 0\n");
-    EXPECT_NE(FormatAnswer(answered, good, true, true).find("\nXVTUI_passwd=s3cr\n"), std::string::npos);
-    EXPECT_EQ(FormatAnswer(broken, bad, true, false).find("s3cr"), std::string::npos);
+    EXPECT_NE(FormatAnswer(answered, good, true, true).view().find("\nXVTUI_passwd=s3cr\n"), std::string::npos);
+    EXPECT_EQ(FormatAnswer(broken, bad, true, false).view().find("s3cr"), std::string::npos);
     EXPECT_EQ(FormatAnswer(cancelled, "ret=2148532334", true, false), "ret=2148532334 (cancelled)\nexit status: 110\n");
     EXPECT_EQ(std::vector({ExitCodeFor(answered), ExitCodeFor(cancelled), ExitCodeFor(broken)}),
               std::vector({kAskAnswered, kAskRefused, kAskError}));
