@@ -84,6 +84,8 @@ void MessageDialog::MessageGtkInit()
     gtk_widget_set_name(m_dialog, "xvtui-message");
     gtk_window_set_title(GTK_WINDOW(m_dialog), m_titleTerm.c_str());
     g_signal_connect(m_dialog, "response", G_CALLBACK(cbOnResponse), this);
+    // Enter answers OK even while the check box has the focus (space toggles it).
+    gtk_dialog_set_default_response(GTK_DIALOG(m_dialog), GTK_RESPONSE_OK);
 
     if (IsOldKeysWarning()) {
         const std::string label = Displayable(m_localizer->Localize(kDontShowLabelId));

@@ -83,6 +83,24 @@ TEST_P(MessageKeyword, OkButtonAnswers)
     }
 }
 
+// Enter is OK, also while the check box has the focus; space toggles the box.
+TEST_P(MessageKeyword, EnterAnswersOk)
+{
+    const std::pair<std::vector<const char*>, std::string_view> cases[] = {
+        {{"Return"}, "XVTUI_dont_show_warning=true"},
+        {{"space", "Return"}, "XVTUI_dont_show_warning=false"},
+    };
+    XClient x;
+    for (const auto& [keys, expected] : cases) {
+        Sandbox sandbox;
+        ShownDialog dialog(MessageRequest(130, "Old keys were found.", GetParam()), sandbox, x);
+        for (const char* key : keys)
+            x.PressKey(key);
+        dialog.Finish();
+        EXPECT_EQ(dialog.Output(), expected);
+    }
+}
+
 TEST_P(MessageKeyword, CancelEscapeAndCloseAnswerCancelled)
 {
     const bool extended = GetParam();
