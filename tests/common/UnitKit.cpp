@@ -26,7 +26,8 @@ std::string RunInChild(const std::map<std::string, std::string>& env,
         try {
             std::vector<std::string> names;
             for (char** entry = environ; *entry != nullptr; ++entry) {
-                const std::string_view name = std::string_view(*entry).substr(0, std::string_view(*entry).find('='));
+                std::string_view name = *entry;
+                name = name.substr(0, name.find('='));
                 for (std::string_view prefix : {"LC_", "LANG", "NLSPATH", "TORVIK_"})
                     if (name.starts_with(prefix))
                         names.emplace_back(name);
@@ -38,13 +39,9 @@ std::string RunInChild(const std::map<std::string, std::string>& env,
             result = body();
         } catch (...) {
         }
-        for (size_t done = 0; done < result.size();) {
-            const ssize_t n = write(fds[1], result.data() + done, result.size() - done);
-            if (n <= 0 && errno != EINTR)
-                break;
-            done += n > 0 ? static_cast<size_t>(n) : 0;
-        }
-        _exit(0);
+        FILE* out = fdopen(fds[1], "w");
+        const bool sent = out != nullptr && fwrite(result.data(), 1, result.size(), out) == result.size();
+        _exit(out != nullptr && std::fclose(out) == 0 && sent ? 0 : 1);
     }
     close(fds[1]);
     std::string output;

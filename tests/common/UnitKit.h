@@ -1,6 +1,5 @@
-// UnitKit.h: a check run in a fresh child process, for state a library computes
-// once per process (locale, path table, catalogues), and catalogues compiled
-// for a test.
+// UnitKit.h: checks in a fresh child process, for state a library computes once
+// per process (locale, path table, catalogues), and catalogues for a test.
 #pragma once
 
 #include <functional>
@@ -9,14 +8,14 @@
 
 namespace testkit {
 
-// Runs `body` in a forked child whose environment has no LANG, LC_*, NLSPATH or
-// TORVIK_* variables but those in `env`; returns the text the body returned, or
-// a text starting with "CHILD FAILED" when it threw or the child died.
+// Runs `body` in a forked child whose environment keeps no LANG, LC_*, NLSPATH
+// or TORVIK_* variables but those in `env`; returns the body's text, or a text
+// starting with "CHILD FAILED" when it threw or the child died.
 std::string RunInChild(const std::map<std::string, std::string>& env,
                        const std::function<std::string()>& body);
 
-// Compiles the gencat source `msg` into the catalogue file `cat`, under C.UTF-8
-// so that gencat accepts UTF-8 texts. False when gencat failed.
+// Compiles the gencat source `msg` into the catalogue `cat` (under C.UTF-8, so
+// gencat accepts UTF-8 texts); false when gencat failed.
 bool Gencat(const std::string& cat, const std::string& msg);
 
 } // namespace testkit

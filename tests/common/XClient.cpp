@@ -9,10 +9,10 @@
 #include <X11/extensions/XTest.h>
 #include <X11/extensions/Xdamage.h>
 #include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gdk/gdk.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <functional>
 #include <poll.h>
 #include <stdexcept>
 
@@ -21,21 +21,19 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Windows of other clients can vanish between two requests; such errors are
-// expected and must not reach the default handler, which exits the process.
-// The trap swaps the handler only for the requests inside it, so a GDK
-// connection of the same process keeps its own handler.
-int IgnoreXError(::Display*, XErrorEvent*)
+std::runtime_error Error(const std::string& what)
 {
-    return 0;
+    return std::runtime_error("XClient: " + what);
 }
 
+// Other clients' windows can vanish between two requests; the default handler
+// would exit. Swapped only around such requests so GDK keeps its own handler.
 class ErrorTrap {
 public:
     explicit ErrorTrap(::Display* dpy) : m_dpy(dpy)
     {
         XSync(m_dpy, False);
-        m_previous = XSetErrorHandler(IgnoreXError);
+        m_previous = XSetErrorHandler([](::Display*, XErrorEvent*) { return 0; });
     }
     ~ErrorTrap()
     {
@@ -50,104 +48,51 @@ private:
     XErrorHandler m_previous;
 };
 
-// Waits for input on the connection until `deadline`; false when it passed.
+// Waits for an event on the connection until `deadline`; false when it passed.
 bool WaitReadable(::Display* dpy, Clock::time_point deadline)
 {
-    for (;;) {
-        if (XPending(dpy) > 0)
-            return true;
+    while (XPending(dpy) == 0) {
         const auto left = std::chrono::duration_cast<Millis>(deadline - Clock::now()).count();
         if (left <= 0)
             return false;
         pollfd pfd{ConnectionNumber(dpy), POLLIN, 0};
-        const int ready = poll(&pfd, 1, static_cast<int>(left));
-        if (ready < 0 && errno != EINTR)
-            throw std::runtime_error("XClient: poll on the X connection failed");
+        if (poll(&pfd, 1, static_cast<int>(left)) < 0 && errno != EINTR)
+            throw Error("poll on the X connection failed");
     }
+    return true;
 }
 
-// Decodes one UTF-8 sequence; returns the code point or -1 for a bad byte.
-long NextCodePoint(std::string_view text, size_t& pos)
+bool Viewable(::Display* dpy, Window window, XWindowAttributes& attrs)
 {
-    const auto byte = [&](size_t i) { return static_cast<unsigned char>(text[i]); };
-    const unsigned char lead = byte(pos);
-    int extra = 0;
-    long cp = 0;
-    if (lead < 0x80) {
-        cp = lead;
-    } else if ((lead & 0xE0) == 0xC0) {
-        extra = 1;
-        cp = lead & 0x1F;
-    } else if ((lead & 0xF0) == 0xE0) {
-        extra = 2;
-        cp = lead & 0x0F;
-    } else if ((lead & 0xF8) == 0xF0) {
-        extra = 3;
-        cp = lead & 0x07;
-    } else {
-        ++pos;
-        return -1;
-    }
-    ++pos;
-    for (int i = 0; i < extra; ++i, ++pos) {
-        if (pos >= text.size() || (byte(pos) & 0xC0) != 0x80)
-            return -1;
-        cp = (cp << 6) | (byte(pos) & 0x3F);
-    }
-    return cp;
+    return XGetWindowAttributes(dpy, window, &attrs) && attrs.map_state == IsViewable;
 }
 
-unsigned long KeysymForCodePoint(long cp)
+std::vector<Window> Children(::Display* dpy, Window window)
 {
-    if (cp == '\n' || cp == '\r')
-        return XK_Return;
-    if (cp == '\t')
-        return XK_Tab;
-    if ((cp >= 0x20 && cp <= 0x7E) || (cp >= 0xA0 && cp <= 0xFF))
-        return static_cast<unsigned long>(cp);
-    return 0x01000000UL | static_cast<unsigned long>(cp);
-}
-
-int MaskShift(unsigned long mask)
-{
-    int shift = 0;
-    while (mask != 0 && (mask & 1) == 0) {
-        mask >>= 1;
-        ++shift;
-    }
-    return shift;
+    Window root = 0, parent = 0, *children = nullptr;
+    unsigned count = 0;
+    if (!XQueryTree(dpy, window, &root, &parent, &children, &count))
+        return {};
+    std::vector<Window> result(children, children + count);
+    if (children != nullptr)
+        XFree(children);
+    return result;
 }
 
 } // namespace
-
-template <typename Done>
-bool XClient::PumpUntil(Millis timeout, Done done)
-{
-    const auto deadline = Clock::now() + timeout;
-    if (done(nullptr))
-        return true;
-    while (WaitReadable(m_dpy, deadline)) {
-        XEvent event;
-        XNextEvent(m_dpy, &event);
-        if (done(&event))
-            return true;
-    }
-    return done(nullptr);
-}
 
 XClient::XClient(const std::string& display)
 {
     const std::string name = display.empty() ? PrivateDisplay() : display;
     m_dpy = XOpenDisplay(name.c_str());
     if (m_dpy == nullptr)
-        throw std::runtime_error("XClient: cannot open display " + name);
+        throw Error("cannot open display " + name);
     int event = 0, error = 0, major = 0, minor = 0;
     if (!XTestQueryExtension(m_dpy, &event, &error, &major, &minor)) {
         XCloseDisplay(m_dpy);
-        throw std::runtime_error("XClient: the server has no XTEST extension");
+        throw Error("the server has no XTEST extension");
     }
-    int damageError = 0;
-    if (!XDamageQueryExtension(m_dpy, &m_damageEvent, &damageError))
+    if (!XDamageQueryExtension(m_dpy, &m_damageEvent, &error))
         m_damageEvent = -1;
     m_root = DefaultRootWindow(m_dpy);
     m_pidAtom = XInternAtom(m_dpy, "_NET_WM_PID", False);
@@ -155,8 +100,7 @@ XClient::XClient(const std::string& display)
 
     int minCode = 0, maxCode = 0, perCode = 0;
     XDisplayKeycodes(m_dpy, &minCode, &maxCode);
-    KeySym* map = XGetKeyboardMapping(m_dpy, static_cast<KeyCode>(minCode), maxCode - minCode + 1,
-                                      &perCode);
+    KeySym* map = XGetKeyboardMapping(m_dpy, static_cast<KeyCode>(minCode), maxCode - minCode + 1, &perCode);
     for (int code = minCode; map != nullptr && code <= maxCode; ++code) {
         const KeySym* syms = map + (code - minCode) * perCode;
         if (std::all_of(syms, syms + perCode, [](KeySym s) { return s == NoSymbol; }))
@@ -169,8 +113,7 @@ XClient::XClient(const std::string& display)
 
 XClient::~XClient()
 {
-    if (m_dpy != nullptr)
-        XCloseDisplay(m_dpy);
+    XCloseDisplay(m_dpy);
 }
 
 void XClient::Sync()
@@ -178,74 +121,42 @@ void XClient::Sync()
     XSync(m_dpy, False);
 }
 
-std::vector<Window> XClient::WindowsOf(pid_t pid)
+Window XClient::WaitForWindow(pid_t pid, Millis timeout)
 {
-    return WindowsOf([pid](pid_t owner) { return owner == pid; });
+    return WaitForWindow([pid](pid_t owner) { return owner == pid; }, timeout);
 }
 
-std::vector<Window> XClient::WindowsOf(const std::function<bool(pid_t)>& matches)
+Window XClient::WaitForWindow(const std::function<bool(pid_t)>& matches, Millis timeout)
 {
-    std::vector<Window> found;
-    ErrorTrap trap(m_dpy);
-    Window rootReturn = 0, parent = 0;
-    Window* children = nullptr;
-    unsigned count = 0;
-    if (!XQueryTree(m_dpy, m_root, &rootReturn, &parent, &children, &count))
-        return found;
-    for (unsigned i = 0; i < count; ++i) {
-        XWindowAttributes attrs;
-        if (!XGetWindowAttributes(m_dpy, children[i], &attrs) || attrs.map_state != IsViewable)
-            continue;
-        Atom type = None;
-        int format = 0;
-        unsigned long items = 0, after = 0;
-        unsigned char* data = nullptr;
-        if (XGetWindowProperty(m_dpy, children[i], m_pidAtom, 0, 1, False, XA_CARDINAL, &type,
-                               &format, &items, &after, &data) == Success &&
-            data != nullptr) {
-            if (type == XA_CARDINAL && format == 32 && items == 1 &&
-                matches(static_cast<pid_t>(*reinterpret_cast<unsigned long*>(data))))
-                found.push_back(children[i]);
-            XFree(data);
-        }
-    }
-    if (children != nullptr)
-        XFree(children);
-    return found;
-}
-
-Window XClient::WaitForWindow(pid_t pid, Millis timeout, const std::string& title)
-{
-    return WaitForWindow([pid](pid_t owner) { return owner == pid; }, timeout, title);
-}
-
-Window XClient::WaitForWindow(const std::function<bool(pid_t)>& matches, Millis timeout,
-                              const std::string& title)
-{
-    Window result = None;
-    PumpUntil(timeout, [&](const XEvent* event) {
-        if (event != nullptr && event->type != MapNotify)
-            return false;
-        for (Window w : WindowsOf(matches)) {
-            if (title.empty() || Title(w) == title) {
-                result = w;
-                return true;
+    const auto deadline = Clock::now() + timeout;
+    for (;;) {
+        {
+            ErrorTrap trap(m_dpy);
+            for (Window w : Children(m_dpy, m_root)) {
+                XWindowAttributes attrs;
+                Atom type = None;
+                int format = 0;
+                unsigned long items = 0, after = 0;
+                unsigned char* data = nullptr;
+                if (!Viewable(m_dpy, w, attrs) ||
+                    XGetWindowProperty(m_dpy, w, m_pidAtom, 0, 1, False, XA_CARDINAL, &type, &format,
+                                       &items, &after, &data) != Success || data == nullptr)
+                    continue;
+                const bool found = format == 32 && items == 1 &&
+                                   matches(static_cast<pid_t>(*reinterpret_cast<unsigned long*>(data)));
+                XFree(data);
+                if (found)
+                    return w;
             }
         }
-        return false;
-    });
-    return result;
-}
-
-bool XClient::WaitForWindowGone(Window window, Millis timeout)
-{
-    return PumpUntil(timeout, [&](const XEvent* event) {
-        if (event != nullptr && event->type != UnmapNotify && event->type != DestroyNotify)
-            return false;
-        ErrorTrap trap(m_dpy);
-        XWindowAttributes attrs;
-        return !XGetWindowAttributes(m_dpy, window, &attrs) || attrs.map_state != IsViewable;
-    });
+        // Look again after the next top-level window is mapped.
+        XEvent event;
+        do {
+            if (!WaitReadable(m_dpy, deadline))
+                return kNoWindow;
+            XNextEvent(m_dpy, &event);
+        } while (event.type != MapNotify);
+    }
 }
 
 void XClient::Focus(Window window)
@@ -259,28 +170,22 @@ void XClient::Focus(Window window)
     int revert = 0;
     XGetInputFocus(m_dpy, &focus, &revert);
     if (focus != window)
-        throw std::runtime_error("XClient: the window did not take the input focus");
+        throw Error("the window did not take the input focus");
 }
 
 KeyCode XClient::KeycodeFor(unsigned long keysym, bool& needShift)
 {
     needShift = false;
-    const auto known = m_remapped.find(keysym);
-    if (known != m_remapped.end())
+    if (const auto known = m_remapped.find(keysym); known != m_remapped.end())
         return known->second;
-    const KeyCode code = XKeysymToKeycode(m_dpy, keysym);
-    if (code != 0) {
-        if (XkbKeycodeToKeysym(m_dpy, code, 0, 0) == keysym)
+    if (const KeyCode code = XKeysymToKeycode(m_dpy, keysym); code != 0) {
+        needShift = XkbKeycodeToKeysym(m_dpy, code, 0, 0) != keysym;
+        if (!needShift || XkbKeycodeToKeysym(m_dpy, code, 0, 1) == keysym)
             return code;
-        if (XkbKeycodeToKeysym(m_dpy, code, 0, 1) == keysym) {
-            needShift = true;
-            return code;
-        }
     }
     if (m_spareKeycodes.empty())
-        throw std::runtime_error("XClient: no spare keycode for a character the keymap lacks");
-    // Put the keysym on both levels of a spare keycode so that no modifier
-    // (Shift or Caps Lock) changes what it types.
+        throw Error("no spare keycode for a character the keymap lacks");
+    needShift = false;
     const KeyCode spare = m_spareKeycodes[m_nextSpare];
     m_nextSpare = (m_nextSpare + 1) % m_spareKeycodes.size();
     std::erase_if(m_remapped, [&](const auto& entry) { return entry.second == spare; });
@@ -291,58 +196,42 @@ KeyCode XClient::KeycodeFor(unsigned long keysym, bool& needShift)
     return spare;
 }
 
-void XClient::SendKey(KeyCode code, bool press)
-{
-    XTestFakeKeyEvent(m_dpy, code, press ? True : False, CurrentTime);
-    XFlush(m_dpy);
-}
-
 void XClient::TypeText(std::string_view utf8)
 {
     const KeyCode shift = XKeysymToKeycode(m_dpy, XK_Shift_L);
-    for (size_t pos = 0; pos < utf8.size();) {
-        const long cp = NextCodePoint(utf8, pos);
-        if (cp < 0)
-            throw std::runtime_error("XClient: TypeText was given malformed UTF-8");
+    for (const char *p = utf8.data(), *end = p + utf8.size(); p < end; p = g_utf8_next_char(p)) {
+        const gunichar c = g_utf8_get_char_validated(p, end - p);
+        if (c > 0x10FFFF)
+            throw Error("TypeText was given malformed UTF-8");
         bool needShift = false;
-        const KeyCode code = KeycodeFor(KeysymForCodePoint(cp), needShift);
+        const KeyCode code = KeycodeFor(gdk_unicode_to_keyval(c), needShift);
         if (needShift)
-            SendKey(shift, true);
-        SendKey(code, true);
-        SendKey(code, false);
+            XTestFakeKeyEvent(m_dpy, shift, True, CurrentTime);
+        XTestFakeKeyEvent(m_dpy, code, True, CurrentTime);
+        XTestFakeKeyEvent(m_dpy, code, False, CurrentTime);
         if (needShift)
-            SendKey(shift, false);
+            XTestFakeKeyEvent(m_dpy, shift, False, CurrentTime);
     }
     XSync(m_dpy, False);
 }
 
-void XClient::PressKey(const std::string& keysymName, const std::vector<std::string>& modifiers)
+void XClient::PressKey(const std::string& keysymName)
 {
-    const auto codeOf = [&](const std::string& name) {
-        const KeySym sym = XStringToKeysym(name.c_str());
-        if (sym == NoSymbol)
-            throw std::runtime_error("XClient: unknown keysym " + name);
-        bool needShift = false;
-        return KeycodeFor(sym, needShift);
-    };
-    std::vector<KeyCode> held;
-    for (const auto& modifier : modifiers)
-        held.push_back(codeOf(modifier));
-    const KeyCode code = codeOf(keysymName);
-    for (KeyCode m : held)
-        SendKey(m, true);
-    SendKey(code, true);
-    SendKey(code, false);
-    for (auto it = held.rbegin(); it != held.rend(); ++it)
-        SendKey(*it, false);
+    const KeySym sym = XStringToKeysym(keysymName.c_str());
+    if (sym == NoSymbol)
+        throw Error("unknown keysym " + keysymName);
+    bool needShift = false;
+    const KeyCode code = KeycodeFor(sym, needShift);
+    XTestFakeKeyEvent(m_dpy, code, True, CurrentTime);
+    XTestFakeKeyEvent(m_dpy, code, False, CurrentTime);
     XSync(m_dpy, False);
 }
 
-void XClient::Click(int x, int y, unsigned button)
+void XClient::ClickCenter(const Rect& rect)
 {
-    XTestFakeMotionEvent(m_dpy, -1, x, y, CurrentTime);
-    XTestFakeButtonEvent(m_dpy, button, True, CurrentTime);
-    XTestFakeButtonEvent(m_dpy, button, False, CurrentTime);
+    XTestFakeMotionEvent(m_dpy, -1, rect.x + rect.width / 2, rect.y + rect.height / 2, CurrentTime);
+    XTestFakeButtonEvent(m_dpy, 1, True, CurrentTime);
+    XTestFakeButtonEvent(m_dpy, 1, False, CurrentTime);
     XSync(m_dpy, False);
 }
 
@@ -363,7 +252,7 @@ bool XClient::CapsLockOn()
 {
     XkbStateRec state{};
     if (XkbGetState(m_dpy, XkbUseCoreKbd, &state) != Success)
-        throw std::runtime_error("XClient: XkbGetState failed");
+        throw Error("XkbGetState failed");
     return (state.locked_mods & LockMask) != 0;
 }
 
@@ -372,65 +261,34 @@ Rect XClient::Geometry(Window window)
     ErrorTrap trap(m_dpy);
     XWindowAttributes attrs{};
     if (!XGetWindowAttributes(m_dpy, window, &attrs))
-        throw std::runtime_error("XClient: the window is gone");
-    int x = 0, y = 0;
+        throw Error("the window is gone");
+    Rect rect{0, 0, attrs.width, attrs.height};
     Window child = 0;
-    XTranslateCoordinates(m_dpy, window, m_root, 0, 0, &x, &y, &child);
-    return Rect{x, y, attrs.width, attrs.height};
-}
-
-std::string XClient::Title(Window window)
-{
-    ErrorTrap trap(m_dpy);
-    Atom type = None;
-    int format = 0;
-    unsigned long items = 0, after = 0;
-    unsigned char* data = nullptr;
-    std::string title;
-    const Atom netName = XInternAtom(m_dpy, "_NET_WM_NAME", False);
-    const Atom utf8 = XInternAtom(m_dpy, "UTF8_STRING", False);
-    if (XGetWindowProperty(m_dpy, window, netName, 0, 1024, False, utf8, &type, &format, &items,
-                           &after, &data) == Success &&
-        data != nullptr) {
-        title.assign(reinterpret_cast<const char*>(data), items);
-        XFree(data);
-        return title;
-    }
-    char* name = nullptr;
-    if (XFetchName(m_dpy, window, &name) && name != nullptr) {
-        title = name;
-        XFree(name);
-    }
-    return title;
+    XTranslateCoordinates(m_dpy, window, m_root, 0, 0, &rect.x, &rect.y, &child);
+    return rect;
 }
 
 std::vector<Rect> XClient::ButtonWindows(Window window)
 {
     std::vector<Rect> found;
     ErrorTrap trap(m_dpy);
-    std::function<void(Window)> walk = [&](Window parentWindow) {
-        Window rootReturn = 0, parent = 0;
-        Window* children = nullptr;
-        unsigned count = 0;
-        if (!XQueryTree(m_dpy, parentWindow, &rootReturn, &parent, &children, &count))
-            return;
-        for (unsigned i = 0; i < count; ++i) {
-            XWindowAttributes attrs;
-            if (!XGetWindowAttributes(m_dpy, children[i], &attrs) || attrs.map_state != IsViewable)
-                continue;
-            if (attrs.c_class == InputOnly) {
-                int x = 0, y = 0;
-                Window child = 0;
-                XTranslateCoordinates(m_dpy, children[i], m_root, 0, 0, &x, &y, &child);
-                found.push_back(Rect{x, y, attrs.width, attrs.height});
-            } else {
-                walk(children[i]);
-            }
+    std::vector<Window> pending = Children(m_dpy, window);
+    while (!pending.empty()) {
+        const Window w = pending.back();
+        pending.pop_back();
+        XWindowAttributes attrs;
+        if (!Viewable(m_dpy, w, attrs))
+            continue;
+        if (attrs.c_class == InputOnly) {
+            Rect rect{0, 0, attrs.width, attrs.height};
+            Window child = 0;
+            XTranslateCoordinates(m_dpy, w, m_root, 0, 0, &rect.x, &rect.y, &child);
+            found.push_back(rect);
+        } else {
+            const std::vector<Window> more = Children(m_dpy, w);
+            pending.insert(pending.end(), more.begin(), more.end());
         }
-        if (children != nullptr)
-            XFree(children);
-    };
-    walk(window);
+    }
     std::sort(found.begin(), found.end(), [](const Rect& a, const Rect& b) {
         return a.y != b.y ? a.y < b.y : a.x < b.x;
     });
@@ -439,17 +297,12 @@ std::vector<Rect> XClient::ButtonWindows(Window window)
 
 std::vector<Rect> XClient::BottomButtonRow(Window window)
 {
-    std::vector<Rect> all = ButtonWindows(window);
-    if (all.empty())
-        return all;
-    const int lowest = std::max_element(all.begin(), all.end(), [](const Rect& a, const Rect& b) {
-                           return a.CenterY() < b.CenterY();
-                       })->CenterY();
-    std::vector<Rect> row;
-    for (const Rect& r : all) {
-        if (lowest - r.CenterY() <= r.height / 2)
-            row.push_back(r);
-    }
+    const auto centerY = [](const Rect& r) { return r.y + r.height / 2; };
+    std::vector<Rect> row = ButtonWindows(window);
+    int lowest = 0;
+    for (const Rect& r : row)
+        lowest = std::max(lowest, centerY(r));
+    std::erase_if(row, [&](const Rect& r) { return lowest - centerY(r) > r.height / 2; });
     std::sort(row.begin(), row.end(), [](const Rect& a, const Rect& b) { return a.x < b.x; });
     return row;
 }
@@ -457,27 +310,20 @@ std::vector<Rect> XClient::BottomButtonRow(Window window)
 bool XClient::WaitForPaint(Window window, Millis timeout, Millis quiet)
 {
     if (m_damageEvent < 0)
-        throw std::runtime_error("XClient: the server has no DAMAGE extension");
+        throw Error("the server has no DAMAGE extension");
     const Damage damage = XDamageCreate(m_dpy, window, XDamageReportNonEmpty);
-    // Ask the owner to draw the window again, so that an already drawn window
-    // reports damage too.
     {
+        // Exposed again, so an already drawn window reports damage too.
         ErrorTrap trap(m_dpy);
         XClearArea(m_dpy, window, 0, 0, 0, 0, True);
     }
     const auto deadline = Clock::now() + timeout;
     bool damaged = false;
     bool settled = false;
-    while (!settled) {
-        const auto now = Clock::now();
-        if (now >= deadline)
+    while (Clock::now() < deadline) {
+        if (!WaitReadable(m_dpy, damaged ? std::min(deadline, Clock::now() + quiet) : deadline)) {
+            settled = damaged; // quiet for long enough after damage
             break;
-        const auto wait = damaged ? std::min<Clock::duration>(quiet, deadline - now) : deadline - now;
-        if (!WaitReadable(m_dpy, now + wait)) {
-            settled = damaged;
-            if (!damaged)
-                break;
-            continue;
         }
         XEvent event;
         XNextEvent(m_dpy, &event);
@@ -486,51 +332,42 @@ bool XClient::WaitForPaint(Window window, Millis timeout, Millis quiet)
             XDamageSubtract(m_dpy, damage, None, None);
         }
     }
-    {
-        ErrorTrap trap(m_dpy);
-        XDamageDestroy(m_dpy, damage);
-    }
+    ErrorTrap trap(m_dpy);
+    XDamageDestroy(m_dpy, damage);
     return settled;
 }
 
 void XClient::Screenshot(Window window, const std::string& pngPath)
 {
-    const Rect geometry = Geometry(window);
+    const Rect size = Geometry(window);
     XImage* image = nullptr;
     {
         ErrorTrap trap(m_dpy);
-        image = XGetImage(m_dpy, window, 0, 0, static_cast<unsigned>(geometry.width),
-                          static_cast<unsigned>(geometry.height), AllPlanes, ZPixmap);
+        image = XGetImage(m_dpy, window, 0, 0, static_cast<unsigned>(size.width),
+                          static_cast<unsigned>(size.height), AllPlanes, ZPixmap);
     }
     if (image == nullptr)
-        throw std::runtime_error("XClient: cannot read the window's image");
-    GdkPixbuf* pixbuf =
-        gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, geometry.width, geometry.height);
-    const int rowStride = gdk_pixbuf_get_rowstride(pixbuf);
-    guchar* pixels = gdk_pixbuf_get_pixels(pixbuf);
-    const int shifts[3] = {MaskShift(image->red_mask), MaskShift(image->green_mask),
-                           MaskShift(image->blue_mask)};
+        throw Error("cannot read the window's image");
+    GdkPixbuf* pixbuf = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, size.width, size.height);
     const unsigned long masks[3] = {image->red_mask, image->green_mask, image->blue_mask};
-    for (int y = 0; y < geometry.height; ++y) {
-        for (int x = 0; x < geometry.width; ++x) {
+    for (int y = 0; y < size.height; ++y) {
+        guchar* out = gdk_pixbuf_get_pixels(pixbuf) + y * gdk_pixbuf_get_rowstride(pixbuf);
+        for (int x = 0; x < size.width; ++x) {
             const unsigned long pixel = XGetPixel(image, x, y);
-            guchar* out = pixels + y * rowStride + x * 3;
-            for (int c = 0; c < 3; ++c) {
-                const unsigned long max = masks[c] >> shifts[c];
-                const unsigned long value = (pixel & masks[c]) >> shifts[c];
-                out[c] = static_cast<guchar>(max == 0 ? 0 : value * 255 / max);
+            for (const unsigned long mask : masks) {
+                const unsigned long low = mask & -mask; // the channel's lowest bit
+                *out++ = static_cast<guchar>(low == 0 ? 0 : (pixel & mask) / low * 255 / (mask / low));
             }
         }
     }
     XDestroyImage(image);
     GError* error = nullptr;
-    const gboolean saved = gdk_pixbuf_save(pixbuf, pngPath.c_str(), "png", &error, nullptr);
+    const bool saved = gdk_pixbuf_save(pixbuf, pngPath.c_str(), "png", &error, nullptr);
     g_object_unref(pixbuf);
     if (!saved) {
-        std::string reason = error != nullptr ? error->message : "unknown error";
-        if (error != nullptr)
-            g_error_free(error);
-        throw std::runtime_error("XClient: cannot save " + pngPath + ": " + reason);
+        const std::string reason = error != nullptr ? error->message : "unknown error";
+        g_clear_error(&error);
+        throw Error("cannot save " + pngPath + ": " + reason);
     }
 }
 
