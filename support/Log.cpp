@@ -123,7 +123,10 @@ TSupportPrint* support_print_init(const char* /*config*/, const char* module,
 
     const char* file = std::getenv("TORVIK_LOG");
     if (file != nullptr && *file != '\0') {
-        handle->fd = ::open(file, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY, 0600);
+        // O_NONBLOCK: a FIFO without a reader fails the open instead of blocking
+        // the caller's start, and a stalled reader drops records rather than
+        // stopping the caller. A regular file ignores the flag.
+        handle->fd = ::open(file, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0600);
         if (handle->fd < 0) {
             delete handle;
             return nullptr;
