@@ -34,11 +34,11 @@ std::size_t Utf8Characters(std::string_view bytes)
     return count;
 }
 
-bool Fits(std::string_view text, std::int32_t minBytes, std::int32_t maxCharacters)
+bool Fits(std::size_t bytes, std::size_t characters, std::int32_t minBytes, std::int32_t maxCharacters)
 {
-    if (minBytes > 0 && text.size() < static_cast<std::size_t>(minBytes))
+    if (minBytes > 0 && bytes < static_cast<std::size_t>(minBytes))
         return false;
-    return maxCharacters <= 0 || Utf8Characters(text) <= static_cast<std::size_t>(maxCharacters);
+    return maxCharacters <= 0 || characters <= static_cast<std::size_t>(maxCharacters);
 }
 
 Field SecretField(std::string_view key, std::string_view value)
@@ -119,14 +119,23 @@ PasswordLimits LimitsOf(const PasswordRequestArgs& args)
 
 std::optional<std::size_t> SplitChangeAnswer(std::string_view rest, const PasswordLimits& limits)
 {
+    // The characters before each key are counted on from the previous one, so
+    // the answer is read a fixed number of times however many keys it holds.
+    // The key is ASCII: the characters of OLD, the key and NEW add up to all.
+    const std::size_t characters = Utf8Characters(rest);
+    std::size_t counted = 0;
+    std::size_t charactersBefore = 0;
     std::optional<std::size_t> last;
     std::optional<std::size_t> lastFitting;
     for (std::size_t at = rest.find(kPasswdKey); at != std::string_view::npos;
          at = rest.find(kPasswdKey, at + 1)) {
+        charactersBefore += Utf8Characters(rest.substr(counted, at - counted));
+        counted = at;
         const std::size_t newStart = at + kPasswdKey.size();
         last = newStart;
-        if (Fits(rest.substr(0, at), limits.minOld, limits.maxOld) &&
-            Fits(rest.substr(newStart), limits.minNew, limits.maxNew))
+        if (Fits(at, charactersBefore, limits.minOld, limits.maxOld) &&
+            Fits(rest.size() - newStart, characters - charactersBefore - kPasswdKey.size(), limits.minNew,
+                 limits.maxNew))
             lastFitting = newStart;
     }
     return lastFitting ? lastFitting : last;
