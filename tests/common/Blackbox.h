@@ -19,11 +19,7 @@ inline constexpr Millis kAnswerTimeout = 15s;
 
 inline xvtui::client::LaunchOptions HelperOptions(const Sandbox& sandbox, bool intermediateParent = false)
 {
-    xvtui::client::LaunchOptions options;
-    options.helper = XVTUI_BINARY;
-    options.environment = sandbox.Environment();
-    options.intermediateParent = intermediateParent;
-    return options;
+    return {.helper = XVTUI_BINARY, .environment = sandbox.Environment(), .intermediateParent = intermediateParent};
 }
 
 // A request that never shows a window, run to its end.

@@ -10,17 +10,6 @@
 #include <stdexcept>
 
 namespace testkit {
-namespace {
-
-std::string KeyDevices(const std::map<std::string, long long>& values)
-{
-    std::string text = "[KeyDevices]\n";
-    for (const auto& [name, value] : values)
-        text += name + " = " + std::to_string(value) + "\n";
-    return text;
-}
-
-} // namespace
 
 Sandbox::Sandbox() : m_dir((std::filesystem::temp_directory_path() / "xvtui-test-XXXXXX").string())
 {
@@ -47,16 +36,13 @@ std::string Sandbox::ReadFile(const std::string& name) const
     return contents.str();
 }
 
-void Sandbox::SetLocal(const std::string& name, long long value)
+void Sandbox::Set(const std::string& file, const std::string& name, long long value)
 {
-    m_local[name] = value;
-    WriteFile("local.ini", KeyDevices(m_local));
-}
-
-void Sandbox::SetGlobal(const std::string& name, long long value)
-{
-    m_global[name] = value;
-    WriteFile("global.ini", KeyDevices(m_global));
+    m_settings[file][name] = value;
+    std::string text = "[KeyDevices]\n";
+    for (const auto& [key, number] : m_settings[file])
+        text += key + " = " + std::to_string(number) + "\n";
+    WriteFile(file, text);
 }
 
 std::vector<std::string> Sandbox::Environment() const
@@ -67,10 +53,9 @@ std::vector<std::string> Sandbox::Environment() const
         {"TORVIK_LOCALE_CATALOG_DIR", XVTUI_RU_CATALOG_DIR},
         {"LANG", "C"},                           {"LC_ALL", "C"},
         {"GDK_NATIVE_WINDOWS", "1"}};
-    for (const char* name : {"PATH", "HOME", "TMPDIR", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"}) {
+    for (const char* name : {"PATH", "HOME", "TMPDIR", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"})
         if (const char* value = std::getenv(name))
             env[name] = value;
-    }
     if (!m_env.contains("DISPLAY")) // a test's own choice does not start the server
         env["DISPLAY"] = PrivateDisplay();
     for (const auto& [name, value] : m_env) {

@@ -23,8 +23,8 @@ public:
     std::string ReadFile(const std::string& name) const;
 
     // "\local\KeyDevices\<name>" and "\global\KeyDevices\<name>"; each call rewrites the file.
-    void SetLocal(const std::string& name, long long value);
-    void SetGlobal(const std::string& name, long long value);
+    void SetLocal(const std::string& name, long long value) { Set("local.ini", name, value); }
+    void SetGlobal(const std::string& name, long long value) { Set("global.ini", name, value); }
     std::string LocalConfig() const { return Path("local.ini"); }
     std::string GlobalConfig() const { return Path("global.ini"); }
 
@@ -41,9 +41,10 @@ public:
     std::vector<std::string> Environment() const;
 
 private:
+    void Set(const std::string& file, const std::string& name, long long value);
+
     std::string m_dir;
-    std::map<std::string, long long> m_local;
-    std::map<std::string, long long> m_global;
+    std::map<std::string, std::map<std::string, long long>> m_settings; // file -> name -> value
     std::map<std::string, std::optional<std::string>> m_env; // nullopt: removed
 };
 

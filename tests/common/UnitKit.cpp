@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <glib.h>
 #include <string_view>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
 
 namespace testkit {
 
@@ -24,16 +24,12 @@ std::string RunInChild(const std::map<std::string, std::string>& env,
         close(fds[0]);
         std::string result = "CHILD FAILED: exception";
         try {
-            std::vector<std::string> names;
-            for (char** entry = environ; *entry != nullptr; ++entry) {
-                std::string_view name = *entry;
-                name = name.substr(0, name.find('='));
+            gchar** names = g_listenv();
+            for (gchar** name = names; *name != nullptr; ++name)
                 for (std::string_view prefix : {"LC_", "LANG", "NLSPATH", "TORVIK_"})
-                    if (name.starts_with(prefix))
-                        names.emplace_back(name);
-            }
-            for (const auto& name : names)
-                unsetenv(name.c_str());
+                    if (std::string_view(*name).starts_with(prefix))
+                        unsetenv(*name);
+            g_strfreev(names);
             for (const auto& [name, value] : env)
                 setenv(name.c_str(), value.c_str(), 1);
             result = body();

@@ -12,6 +12,7 @@
 #include <gdk/gdk.h>
 
 #include <algorithm>
+#include <iterator>
 #include <cerrno>
 #include <poll.h>
 #include <stdexcept>
@@ -26,26 +27,20 @@ std::runtime_error Error(const std::string& what)
     return std::runtime_error("XClient: " + what);
 }
 
-// Other clients' windows can vanish between two requests; the default handler
-// would exit. Swapped only around such requests so GDK keeps its own handler.
-class ErrorTrap {
-public:
-    explicit ErrorTrap(::Display* dpy) : m_dpy(dpy)
+// Other clients' windows can vanish between two requests and the default
+// handler would exit; swapped only around such requests, so GDK keeps its own.
+struct ErrorTrap {
+    explicit ErrorTrap(::Display* display) : dpy(display)
     {
-        XSync(m_dpy, False);
-        m_previous = XSetErrorHandler([](::Display*, XErrorEvent*) { return 0; });
+        XSync(dpy, False);
+        previous = XSetErrorHandler([](::Display*, XErrorEvent*) { return 0; });
     }
-    ~ErrorTrap()
-    {
-        XSync(m_dpy, False);
-        XSetErrorHandler(m_previous);
-    }
+    ~ErrorTrap() { XSync(dpy, False); XSetErrorHandler(previous); }
     ErrorTrap(const ErrorTrap&) = delete;
     ErrorTrap& operator=(const ErrorTrap&) = delete;
 
-private:
-    ::Display* m_dpy;
-    XErrorHandler m_previous;
+    ::Display* dpy;
+    XErrorHandler previous = nullptr;
 };
 
 // Waits for an event on the connection until `deadline`; false when it passed.
@@ -77,6 +72,14 @@ std::vector<Window> Children(::Display* dpy, Window window)
     if (children != nullptr)
         XFree(children);
     return result;
+}
+
+Rect RootRect(::Display* dpy, Window window, const XWindowAttributes& attrs)
+{
+    Rect rect{0, 0, attrs.width, attrs.height};
+    Window child = 0;
+    XTranslateCoordinates(dpy, window, attrs.root, 0, 0, &rect.x, &rect.y, &child);
+    return rect;
 }
 
 } // namespace
@@ -173,44 +176,43 @@ void XClient::Focus(Window window)
         throw Error("the window did not take the input focus");
 }
 
-KeyCode XClient::KeycodeFor(unsigned long keysym, bool& needShift)
+void XClient::Tap(unsigned long keysym)
 {
-    needShift = false;
-    if (const auto known = m_remapped.find(keysym); known != m_remapped.end())
-        return known->second;
-    if (const KeyCode code = XKeysymToKeycode(m_dpy, keysym); code != 0) {
-        needShift = XkbKeycodeToKeysym(m_dpy, code, 0, 0) != keysym;
-        if (!needShift || XkbKeycodeToKeysym(m_dpy, code, 0, 1) == keysym)
-            return code;
+    bool shift = false;
+    KeyCode code = 0;
+    if (const auto known = m_remapped.find(keysym); known != m_remapped.end()) {
+        code = known->second;
+    } else if ((code = XKeysymToKeycode(m_dpy, keysym)) != 0 && XkbKeycodeToKeysym(m_dpy, code, 0, 0) != keysym) {
+        shift = XkbKeycodeToKeysym(m_dpy, code, 0, 1) == keysym;
+        code = shift ? code : 0;
     }
-    if (m_spareKeycodes.empty())
-        throw Error("no spare keycode for a character the keymap lacks");
-    needShift = false;
-    const KeyCode spare = m_spareKeycodes[m_nextSpare];
-    m_nextSpare = (m_nextSpare + 1) % m_spareKeycodes.size();
-    std::erase_if(m_remapped, [&](const auto& entry) { return entry.second == spare; });
-    KeySym syms[2] = {keysym, keysym};
-    XChangeKeyboardMapping(m_dpy, spare, 2, syms, 1);
-    XSync(m_dpy, False);
-    m_remapped[keysym] = spare;
-    return spare;
+    if (code == 0) {
+        // On both levels of a spare keycode, so that no modifier changes it.
+        if (m_spareKeycodes.empty())
+            throw Error("no spare keycode for a character the keymap lacks");
+        code = m_spareKeycodes[m_nextSpare++ % m_spareKeycodes.size()];
+        std::erase_if(m_remapped, [&](const auto& entry) { return entry.second == code; });
+        KeySym syms[2] = {keysym, keysym};
+        XChangeKeyboardMapping(m_dpy, code, 2, syms, 1);
+        XSync(m_dpy, False);
+        m_remapped[keysym] = code;
+    }
+    const KeyCode shiftCode = XKeysymToKeycode(m_dpy, XK_Shift_L);
+    if (shift)
+        XTestFakeKeyEvent(m_dpy, shiftCode, True, CurrentTime);
+    XTestFakeKeyEvent(m_dpy, code, True, CurrentTime);
+    XTestFakeKeyEvent(m_dpy, code, False, CurrentTime);
+    if (shift)
+        XTestFakeKeyEvent(m_dpy, shiftCode, False, CurrentTime);
 }
 
 void XClient::TypeText(std::string_view utf8)
 {
-    const KeyCode shift = XKeysymToKeycode(m_dpy, XK_Shift_L);
     for (const char *p = utf8.data(), *end = p + utf8.size(); p < end; p = g_utf8_next_char(p)) {
         const gunichar c = g_utf8_get_char_validated(p, end - p);
         if (c > 0x10FFFF)
             throw Error("TypeText was given malformed UTF-8");
-        bool needShift = false;
-        const KeyCode code = KeycodeFor(gdk_unicode_to_keyval(c), needShift);
-        if (needShift)
-            XTestFakeKeyEvent(m_dpy, shift, True, CurrentTime);
-        XTestFakeKeyEvent(m_dpy, code, True, CurrentTime);
-        XTestFakeKeyEvent(m_dpy, code, False, CurrentTime);
-        if (needShift)
-            XTestFakeKeyEvent(m_dpy, shift, False, CurrentTime);
+        Tap(gdk_unicode_to_keyval(c));
     }
     XSync(m_dpy, False);
 }
@@ -220,10 +222,7 @@ void XClient::PressKey(const std::string& keysymName)
     const KeySym sym = XStringToKeysym(keysymName.c_str());
     if (sym == NoSymbol)
         throw Error("unknown keysym " + keysymName);
-    bool needShift = false;
-    const KeyCode code = KeycodeFor(sym, needShift);
-    XTestFakeKeyEvent(m_dpy, code, True, CurrentTime);
-    XTestFakeKeyEvent(m_dpy, code, False, CurrentTime);
+    Tap(sym);
     XSync(m_dpy, False);
 }
 
@@ -262,10 +261,7 @@ Rect XClient::Geometry(Window window)
     XWindowAttributes attrs{};
     if (!XGetWindowAttributes(m_dpy, window, &attrs))
         throw Error("the window is gone");
-    Rect rect{0, 0, attrs.width, attrs.height};
-    Window child = 0;
-    XTranslateCoordinates(m_dpy, window, m_root, 0, 0, &rect.x, &rect.y, &child);
-    return rect;
+    return RootRect(m_dpy, window, attrs);
 }
 
 std::vector<Rect> XClient::ButtonWindows(Window window)
@@ -279,15 +275,10 @@ std::vector<Rect> XClient::ButtonWindows(Window window)
         XWindowAttributes attrs;
         if (!Viewable(m_dpy, w, attrs))
             continue;
-        if (attrs.c_class == InputOnly) {
-            Rect rect{0, 0, attrs.width, attrs.height};
-            Window child = 0;
-            XTranslateCoordinates(m_dpy, w, m_root, 0, 0, &rect.x, &rect.y, &child);
-            found.push_back(rect);
-        } else {
-            const std::vector<Window> more = Children(m_dpy, w);
-            pending.insert(pending.end(), more.begin(), more.end());
-        }
+        if (attrs.c_class == InputOnly)
+            found.push_back(RootRect(m_dpy, w, attrs));
+        else
+            std::ranges::copy(Children(m_dpy, w), std::back_inserter(pending));
     }
     std::sort(found.begin(), found.end(), [](const Rect& a, const Rect& b) {
         return a.y != b.y ? a.y < b.y : a.x < b.x;

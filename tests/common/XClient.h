@@ -22,10 +22,7 @@ using Millis = std::chrono::milliseconds;
 
 // A rectangle in root-window coordinates.
 struct Rect {
-    int x = 0;
-    int y = 0;
-    int width = 0;
-    int height = 0;
+    int x = 0, y = 0, width = 0, height = 0;
 };
 
 class XClient {
@@ -46,7 +43,7 @@ public:
     // Gives `window` the keyboard focus as a window manager would.
     void Focus(XWindow window);
     // Types UTF-8 text; characters the keymap lacks (Cyrillic) go on spare
-    // keycodes on both levels, so Shift and Caps Lock do not change them.
+    // keycodes, letters of the keymap follow Caps Lock as a user's would.
     void TypeText(std::string_view utf8);
     // Presses and releases a key by keysym name ("Return", "Tab", "Caps_Lock").
     void PressKey(const std::string& keysymName);
@@ -71,7 +68,8 @@ public:
     void Sync();
 
 private:
-    unsigned char KeycodeFor(unsigned long keysym, bool& needShift);
+    // Presses and releases the key of `keysym` (with Shift where the keymap has it so).
+    void Tap(unsigned long keysym);
 
     _XDisplay* m_dpy = nullptr;
     XWindow m_root = 0;

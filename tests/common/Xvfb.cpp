@@ -3,7 +3,7 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <fcntl.h>
+#include <glib.h>
 #include <poll.h>
 #include <signal.h>
 #include <stdexcept>
@@ -22,27 +22,18 @@ public:
         int fds[2];
         if (pipe(fds) != 0)
             throw std::runtime_error("private Xvfb: pipe failed");
-        const std::string fdText = std::to_string(fds[1]);
-        const pid_t parent = getpid();
-        m_pid = fork();
-        if (m_pid == 0) {
-            prctl(PR_SET_PDEATHSIG, SIGTERM);
-            const int devNull = open("/dev/null", O_RDWR);
-            if (getppid() != parent || devNull < 0)
-                _exit(127);
-            close(fds[0]);
-            for (int fd = 0; fd < 3; ++fd)
-                dup2(devNull, fd);
-            execlp("Xvfb", "Xvfb", "-displayfd", fdText.c_str(), "-screen", "0", "1024x768x24", "-nolisten",
-                   "tcp", "-noreset", nullptr);
-            _exit(127);
-        }
+        // The server writes "N\n" to its standard output once it accepts connections.
+        const char* argv[] = {"Xvfb", "-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp",
+                              "-noreset", nullptr};
+        const auto flags = GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
+        const bool started = g_spawn_async_with_fds(
+            nullptr, const_cast<char**>(argv), nullptr, flags, [](gpointer) { prctl(PR_SET_PDEATHSIG, SIGTERM); },
+            nullptr, &m_pid, -1, fds[1], -1, nullptr);
         close(fds[1]);
-        // The server writes "N\n" once it accepts connections.
         std::string number;
         char c = 0;
         pollfd pfd{fds[0], POLLIN, 0};
-        while (m_pid > 0) {
+        while (started) {
             const int ready = poll(&pfd, 1, 10000);
             if (ready < 0 && errno == EINTR)
                 continue;
@@ -52,7 +43,7 @@ public:
         }
         close(fds[0]);
         if (c != '\n' || number.empty()) {
-            if (m_pid > 0 && kill(m_pid, SIGKILL) == 0)
+            if (started && kill(m_pid, SIGKILL) == 0)
                 waitpid(m_pid, nullptr, 0);
             throw std::runtime_error("private Xvfb: the server did not report a display");
         }
@@ -71,7 +62,7 @@ public:
     const std::string& Display() const { return m_display; }
 
 private:
-    pid_t m_pid = -1;
+    GPid m_pid = -1;
     std::string m_display;
 };
 

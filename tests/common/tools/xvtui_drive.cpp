@@ -26,28 +26,21 @@
 
 namespace {
 
-// The parent of `pid` from "pid (comm) state ppid ...", where comm may hold
-// blanks and parentheses; -1 when unknown.
 pid_t ParentOf(pid_t pid)
 {
-    std::ifstream stat("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    std::getline(stat, line);
-    const size_t close = line.rfind(')');
-    char state = 0;
-    int parent = -1;
-    return close != std::string::npos && std::sscanf(line.c_str() + close + 1, " %c %d", &state, &parent) == 2
-               ? parent
-               : -1;
+    std::ifstream status("/proc/" + std::to_string(pid) + "/status");
+    for (std::string line; std::getline(status, line);)
+        if (line.starts_with("PPid:"))
+            return std::atoi(line.c_str() + 5);
+    return -1;
 }
 
 int Usage(const std::string& problem)
 {
     std::fprintf(stderr,
-                 "xvtui-drive: %s\n"
-                 "usage: xvtui-drive (--pid N | --child-of N) [--display D] [--timeout SECONDS]\n"
-                 "       [--wait-paint] [--screenshot FILE] [--key NAME] [--type TEXT]\n"
-                 "       [--click-button N] [--close] [--caps] ...\n",
+                 "xvtui-drive: %s\nusage: xvtui-drive (--pid N | --child-of N) [--display D] [--timeout SECONDS]\n"
+                 "       [--wait-paint | --screenshot FILE | --key NAME | --type TEXT | --click-button N\n"
+                 "        | --close | --caps]...\n",
                  problem.c_str());
     return 2;
 }
@@ -63,7 +56,7 @@ bool ToInt(const std::string& text, long& value)
 
 int main(int argc, char** argv)
 {
-    const std::set<std::string> withValue = {"--pid",  "--child-of", "--display", "--timeout",
+    const std::set<std::string> withValue = {"--pid", "--child-of", "--display", "--timeout",
                                              "--screenshot", "--key", "--type", "--click-button"};
     const std::set<std::string> flags = {"--wait-paint", "--close", "--caps"};
     long pid = -1;
@@ -112,23 +105,23 @@ int main(int argc, char** argv)
         for (const auto& [action, value] : actions) {
             if (action == "--wait-paint" && !x.WaitForPaint(window, timeout))
                 throw std::runtime_error("the window was not drawn in time");
-            if (action == "--screenshot")
+            if (action == "--screenshot") {
                 x.Screenshot(window, value);
-            else if (action == "--key")
+            } else if (action == "--key") {
                 x.PressKey(value);
-            else if (action == "--type")
+            } else if (action == "--type") {
                 x.TypeText(value);
-            else if (action == "--close")
+            } else if (action == "--close") {
                 x.SendDeleteWindow(window);
-            else if (action == "--caps")
+            } else if (action == "--caps") {
                 std::printf("caps-lock %s\n", x.CapsLockOn() ? "on" : "off");
-            else if (action == "--click-button") {
+            } else if (action == "--click-button") {
                 const std::vector<testkit::Rect> row = x.BottomButtonRow(window);
+                const long count = static_cast<long>(row.size());
                 long index = 0;
-                if (!ToInt(value, index) || index >= static_cast<long>(row.size()) ||
-                    index < -static_cast<long>(row.size()))
+                if (!ToInt(value, index) || index < -count || index >= count)
                     throw std::runtime_error("no such button");
-                x.ClickCenter(row[static_cast<size_t>(index < 0 ? index + static_cast<long>(row.size()) : index)]);
+                x.ClickCenter(row[static_cast<size_t>((index + count) % count)]);
             }
         }
         return 0;
