@@ -1,5 +1,6 @@
 #include "app/Entry.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -9,6 +10,9 @@
 #include "app/xvtui_exception.h"
 #include "base/BaseDialog.h"
 #include "support/torvik.h"
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -20,10 +24,26 @@ void LogError(const TSupportPrint* log, const char* text, int line)
         support_elprint_print_(log, "%s", "", line, "main", text);
 }
 
+// The provider connects standard input and output to pipes. Were one of the
+// three standard descriptors closed, the next file opened (the log, the X
+// connection) would take its number, and the answer would be written into
+// that file or the request read from it: /dev/null fills such a gap first.
+void OpenMissingStandardDescriptors()
+{
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (fcntl(fd, F_GETFD) != -1 || errno != EBADF)
+            continue;
+        const int opened = open("/dev/null", fd == STDIN_FILENO ? O_RDONLY : O_WRONLY);
+        if (opened > STDERR_FILENO)
+            close(opened); // not the gap, so nothing to fill
+    }
+}
+
 } // namespace
 
 int RunEntry(int argc, char** argv, std::FILE* out)
 {
+    OpenMissingStandardDescriptors();
     TSupportPrint* log = support_print_init(nullptr, "xvtui", 0, 127);
     if (argc < 2 || argv == nullptr || argv[1] == nullptr) {
         // Not started by the provider; the log stays open on purpose.

@@ -13,6 +13,7 @@
 #include "app/Entry.h"
 #include "app/xvtui_exception.h"
 #include "base/BaseDialog.h"
+#include "common/UnitKit.h"
 
 namespace {
 
@@ -88,6 +89,19 @@ TEST(Entry, ReportsUsageOrRetAndLogs)
         EXPECT_EQ(status, c.status) << c.args.back();
         EXPECT_NE(settings.Log().find(c.logged), std::string::npos) << settings.Log();
     }
+}
+
+// A closed standard output is not taken over by the log: "ret=" never lands there.
+TEST(Entry, ClosedStandardOutputKeepsTheAnswerOutOfTheLog)
+{
+    TempSettings settings;
+    EXPECT_EQ(testkit::RunInChild({{"TORVIK_LOG", std::getenv("TORVIK_LOG")}}, [] {
+        close(STDOUT_FILENO);
+        char* argv[] = {const_cast<char*>("xvtui"), const_cast<char*>("VTBogus"), nullptr};
+        return std::to_string(static_cast<unsigned>(RunEntry(2, argv, stdout)));
+    }), "2147942487");
+    EXPECT_NE(settings.Log().find("VTBogus"), std::string::npos);
+    EXPECT_EQ(settings.Log().find("ret="), std::string::npos) << settings.Log();
 }
 
 } // namespace
