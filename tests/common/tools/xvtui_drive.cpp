@@ -1,25 +1,13 @@
 // xvtui-drive: drives another process's dialog from a script (the demo and the
-// documentation's screenshots) with the test kit's X helpers.
-//
-//   xvtui-drive (--pid N | --child-of N) [--display D] [--timeout SECONDS] ACTION...
-//
-// Waits for the window of process N (for --child-of, of any child of N), gives
-// it the focus, then runs the actions in order:
-//   --wait-paint          wait until the window is drawn and quiet
-//   --screenshot FILE     save the window as PNG
-//   --key NAME            press a key by keysym name (Return, Escape, Tab, space)
-//   --type TEXT           type UTF-8 text
-//   --click-button N      click button N of the bottom row (0 = leftmost, -1 = rightmost)
-//   --close               ask the window to close (WM_DELETE_WINDOW)
-//   --caps                print "caps-lock on" or "caps-lock off"
-// Exit status: 0 done, 1 no window or an action failed, 2 bad usage.
+// documentation's screenshots) with the test kit's X helpers; Usage() below
+// lists its options.
 #include "common/XClient.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
-#include <set>
+#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -38,9 +26,17 @@ pid_t ParentOf(pid_t pid)
 int Usage(const std::string& problem)
 {
     std::fprintf(stderr,
-                 "xvtui-drive: %s\nusage: xvtui-drive (--pid N | --child-of N) [--display D] [--timeout SECONDS]\n"
-                 "       [--wait-paint | --screenshot FILE | --key NAME | --type TEXT | --click-button N\n"
-                 "        | --close | --caps]...\n",
+                 "xvtui-drive: %s\n"
+                 "usage: xvtui-drive (--pid N | --child-of N) [--display D] [--timeout SECONDS] ACTION...\n"
+                 "Waits for the window of process N (or of any child of N), focuses it, then runs:\n"
+                 "  --wait-paint          wait until the window is drawn and quiet\n"
+                 "  --screenshot FILE     save the window as PNG\n"
+                 "  --key NAME            press a key by keysym name (Return, Escape, Tab, space)\n"
+                 "  --type TEXT           type UTF-8 text\n"
+                 "  --click-button N      click button N of the bottom row (0 leftmost, -1 rightmost)\n"
+                 "  --close               ask the window to close (WM_DELETE_WINDOW)\n"
+                 "  --caps                print \"caps-lock on\" or \"caps-lock off\"\n"
+                 "Exit status: 0 done, 1 no window or an action failed, 2 bad usage.\n",
                  problem.c_str());
     return 2;
 }
@@ -56,9 +52,11 @@ bool ToInt(const std::string& text, long& value)
 
 int main(int argc, char** argv)
 {
-    const std::set<std::string> withValue = {"--pid", "--child-of", "--display", "--timeout",
-                                             "--screenshot", "--key", "--type", "--click-button"};
-    const std::set<std::string> flags = {"--wait-paint", "--close", "--caps"};
+    // Each option, and whether it takes a value.
+    const std::map<std::string, bool> options = {
+        {"--pid", true}, {"--child-of", true}, {"--display", true}, {"--timeout", true},
+        {"--screenshot", true}, {"--key", true}, {"--type", true}, {"--click-button", true},
+        {"--wait-paint", false}, {"--close", false}, {"--caps", false}};
     long pid = -1;
     bool childOf = false;
     std::string display = std::getenv("DISPLAY") != nullptr ? std::getenv("DISPLAY") : "";
@@ -67,11 +65,12 @@ int main(int argc, char** argv)
 
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
-        if (!withValue.contains(option) && !flags.contains(option))
+        const auto known = options.find(option);
+        if (known == options.end())
             return Usage("unknown option " + option);
-        if (withValue.contains(option) && i + 1 == argc)
+        if (known->second && ++i == argc)
             return Usage(option + " needs a value");
-        const std::string value = withValue.contains(option) ? argv[++i] : "";
+        const std::string value = known->second ? argv[i] : "";
         if (option == "--pid" || option == "--child-of") {
             if (!ToInt(value, pid) || pid <= 0)
                 return Usage("a process id is a positive number");
