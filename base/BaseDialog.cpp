@@ -22,7 +22,6 @@ const unsigned BaseDialog::m_windowHeight = 470;
 
 namespace {
 
-constexpr unsigned kMessageDialogKind = 4;
 constexpr guint kTimerIntervalMs = 1000;
 constexpr gint kButtonWidth = 90;
 constexpr gint kButtonHeight = 28;
@@ -58,13 +57,6 @@ pid_t OriginalParent()
 {
     static const pid_t parent = getppid();
     return parent;
-}
-
-void QuitMainLoop()
-{
-    // Outside gtk_main (a dialog ended before it was shown) there is nothing to quit.
-    if (gtk_main_level() > 0)
-        gtk_main_quit();
 }
 
 } // namespace
@@ -189,6 +181,12 @@ void BaseDialog::StopTimer()
     }
 }
 
+void BaseDialog::QuitMainLoop()
+{
+    if (gtk_main_level() > 0)
+        gtk_main_quit();
+}
+
 void BaseDialog::TerminateDialog(int code)
 {
     StopTimer();
@@ -211,11 +209,7 @@ bool BaseDialog::OnTimer()
     }
     const CountdownTick tick = CountdownStep(m_timeLeft, m_showTime);
     if (tick.expired) {
-        StopTimer();
-        if (m_window != nullptr)
-            gtk_widget_destroy(m_window);
-        QuitMainLoop();
-        m_result = ResultCode::Cancelled;
+        TerminateDialog(static_cast<int>(ResultCode::Cancelled));
         return false;
     }
     if (m_timerLabel != nullptr)

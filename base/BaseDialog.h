@@ -37,11 +37,13 @@
 class BaseDialog {
 public:
     // dialogKind: 0 reader selection, 1 container selection, 2 random data,
-    // 3 password, 4 message. Kind 4 gets only the (hidden) main window: no
+    // 3 password, 4 message (kMessageDialogKind). Kind 4 gets only the (hidden) main window: no
     // buttons, countdown label or base timer. The keys name the total, show
     // and resume time-out settings (e.g. "passwd_time", "passwd_show_time",
     // "passwd_resume_time"). Raises xvtui_exception 1114 "gtk_init_check
     // failed" when GTK cannot start.
+    static constexpr unsigned kMessageDialogKind = 4;
+
     BaseDialog(unsigned dialogKind, const std::string& timeKey, const std::string& showTimeKey,
                const std::string& resumeTimeKey);
     virtual ~BaseDialog();
@@ -94,6 +96,9 @@ protected:
     void GtkInit();
     // Removes the one-second timer if it runs.
     void StopTimer();
+    // gtk_main_quit, when a main loop runs: a dialog that ends before it is
+    // shown has none to quit.
+    static void QuitMainLoop();
 
     GtkWidget* m_window = nullptr;          // top-level window; null once destroyed
     GtkWidget* m_mainBox = nullptr;         // vertical box, the window's only child

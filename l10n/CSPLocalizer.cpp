@@ -87,20 +87,16 @@ std::string CSPLocalizer::ToUTF8(const std::string& text, unsigned codePage)
     if (codePage != TORVIK_CP_DEFAULT) {
         return std::string();
     }
-    const int wideLength = MultiByteToWideChar(codePage, 0, text.c_str(), -1, nullptr, 0);
-    if (wideLength <= 0) {
-        return std::string();
+    const std::wstring wide = ToWstring(text, codePage);
+    if (wide.empty()) {
+        return std::string(); // nothing to convert, or a failed conversion
     }
-    std::vector<wchar_t> wide(static_cast<std::size_t>(wideLength), L'\0');
-    if (MultiByteToWideChar(codePage, 0, text.c_str(), -1, wide.data(), wideLength) == 0) {
-        return std::string();
-    }
-    const int utf8Length = WideCharToMultiByte(TORVIK_CP_UTF8, 0, wide.data(), -1, nullptr, 0, nullptr, nullptr);
+    const int utf8Length = WideCharToMultiByte(TORVIK_CP_UTF8, 0, wide.c_str(), -1, nullptr, 0, nullptr, nullptr);
     if (utf8Length <= 0) {
         return std::string();
     }
     std::vector<char> utf8(static_cast<std::size_t>(utf8Length), '\0');
-    if (WideCharToMultiByte(TORVIK_CP_UTF8, 0, wide.data(), -1, utf8.data(), utf8Length, nullptr, nullptr) == 0) {
+    if (WideCharToMultiByte(TORVIK_CP_UTF8, 0, wide.c_str(), -1, utf8.data(), utf8Length, nullptr, nullptr) == 0) {
         return std::string();
     }
     return std::string(utf8.data(), static_cast<std::size_t>(utf8Length) - 1);

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr unsigned kMessageDialogKind = 4;
 constexpr unsigned kDontShowLabelId = 2118;
 constexpr guint kShowDelayMs = 50;
 constexpr guint kTimerIntervalMs = 1000;
@@ -40,12 +39,6 @@ std::string Displayable(const std::string& text)
     std::string result(valid);
     g_free(valid);
     return result;
-}
-
-void QuitMainLoop()
-{
-    if (gtk_main_level() > 0)
-        gtk_main_quit();
 }
 
 } // namespace
