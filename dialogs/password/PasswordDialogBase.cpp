@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <poll.h>
 #include <unistd.h>
 
 #include <X11/XKBlib.h>
@@ -277,7 +278,7 @@ void PasswordDialogBase::AttachEntryRow(GtkWidget* table, guint row, const Local
 }
 
 void PasswordDialogBase::AddNewPasswordTable(GtkWidget*& newEntry, GtkWidget*& confirmationEntry,
-                                             GCallback onConfirmationFocusIn)
+                                             GCallback onConfirmationFocusIn, gpointer dialog)
 {
     GtkWidget* table = gtk_table_new(2, 3, TRUE);
     gtk_widget_set_name(table, "xvtui-new-password-table");
@@ -285,7 +286,7 @@ void PasswordDialogBase::AddNewPasswordTable(GtkWidget*& newEntry, GtkWidget*& c
                    m_maxNewPasswordLength, "xvtui-new-password-entry");
     AttachEntryRow(table, 1, m_confirmPasswordTerm, "xvtui-confirm-password-caption", confirmationEntry,
                    m_maxNewPasswordLength, "xvtui-confirm-password-entry");
-    g_signal_connect(confirmationEntry, "focus-in-event", onConfirmationFocusIn, this);
+    g_signal_connect(confirmationEntry, "focus-in-event", onConfirmationFocusIn, dialog);
     gtk_box_pack_start(GTK_BOX(m_mainBox), table, FALSE, FALSE, kEntryTablePadding);
 }
 
@@ -417,6 +418,17 @@ void PasswordDialogBase::WriteSecret(const secure::String& answer)
         if (written < 0) {
             if (errno == EINTR) {
                 continue;
+            }
+            if (errno == EAGAIN || errno == EWOULDBLOCK) {
+                // The parent made the pipe non-blocking and it is full: wait
+                // for room as a blocking write would.
+                pollfd out{STDOUT_FILENO, POLLOUT, 0};
+                if (::poll(&out, 1, -1) >= 0 && (out.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0) {
+                    continue;
+                }
+                if (errno == EINTR) {
+                    continue;
+                }
             }
             return; // EPIPE (SIGPIPE is ignored by main) or another error: the parent is gone
         }

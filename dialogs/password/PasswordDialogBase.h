@@ -116,8 +116,10 @@ protected:
                         GtkWidget*& entry, int maxLength, const char* entryName);
     // The new-password and confirmation rows of the two- and three-entry
     // dialogs ("xvtui-new-password-table"), packed into m_mainBox; the
-    // confirmation entry's "focus-in-event" goes to `onConfirmationFocusIn`.
-    void AddNewPasswordTable(GtkWidget*& newEntry, GtkWidget*& confirmationEntry, GCallback onConfirmationFocusIn);
+    // confirmation entry's "focus-in-event" goes to `onConfirmationFocusIn`
+    // with `dialog` (the concrete dialog, of the type the handler casts to).
+    void AddNewPasswordTable(GtkWidget*& newEntry, GtkWidget*& confirmationEntry, GCallback onConfirmationFocusIn,
+                             gpointer dialog);
     // OK is sensitive only while the new password and its confirmation are
     // byte-equal and IsPasswordTooShort() is false (asked only when equal).
     void UpdateNewPasswordOK(const secure::String& newPassword, const secure::String& confirmation);

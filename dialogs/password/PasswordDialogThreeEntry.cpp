@@ -39,7 +39,7 @@ void PasswordDialogThreeEntry::AddPasswordWidgets()
                    m_maxPasswordLength, "xvtui-password-entry");
     gtk_box_pack_start(GTK_BOX(m_mainBox), currentTable, FALSE, FALSE, kTablePadding);
 
-    AddNewPasswordTable(m_newPasswordEntry, m_confirmationEntry, G_CALLBACK(cbOnFocusChangedThreeEntry));
+    AddNewPasswordTable(m_newPasswordEntry, m_confirmationEntry, G_CALLBACK(cbOnFocusChangedThreeEntry), this);
 }
 
 void PasswordDialogThreeEntry::OnPasswordChanged()

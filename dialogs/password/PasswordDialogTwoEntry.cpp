@@ -27,7 +27,7 @@ PasswordDialogTwoEntry::~PasswordDialogTwoEntry() = default;
 
 void PasswordDialogTwoEntry::AddPasswordWidgets()
 {
-    AddNewPasswordTable(m_newPasswordEntry, m_confirmationEntry, G_CALLBACK(cbOnFocusChangedTwoEntry));
+    AddNewPasswordTable(m_newPasswordEntry, m_confirmationEntry, G_CALLBACK(cbOnFocusChangedTwoEntry), this);
 }
 
 void PasswordDialogTwoEntry::OnPasswordChanged()
