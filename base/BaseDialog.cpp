@@ -286,6 +286,16 @@ bool BaseDialog::StringToInt(const char* text, int& value)
     return true;
 }
 
+std::string BaseDialog::Displayable(const std::string& text)
+{
+    if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr))
+        return text;
+    gchar* valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
+    std::string result(valid);
+    g_free(valid);
+    return result;
+}
+
 bool BaseDialog::CheckBrokenPipe()
 {
     const pid_t parent = OriginalParent();

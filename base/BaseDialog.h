@@ -77,6 +77,10 @@ public:
     // True when the parent is lost: standard output's pipe is in error, or the
     // parent process id differs from the one seen at the first check.
     static bool CheckBrokenPipe();
+    // `text` as the toolkit may show it: valid UTF-8 unchanged, malformed
+    // byte sequences replaced by U+FFFD (the provider's texts are not checked
+    // and GTK warns about, or cuts, invalid UTF-8).
+    static std::string Displayable(const std::string& text);
 
     // Members behind the GTK callbacks (public for base/Callback.h).
     bool OnTimer();

@@ -29,17 +29,6 @@ gboolean cbTimerEvent(gpointer data)
     return callback::Forward<MessageDialog>("cbTimerEvent", data, &MessageDialog::OnTimer);
 }
 
-// GTK needs UTF-8; a malformed byte sequence is shown as U+FFFD rather than
-// cutting the text short. Valid text is left exactly as given.
-std::string Displayable(const std::string& text)
-{
-    if (g_utf8_validate(text.data(), static_cast<gssize>(text.size()), nullptr))
-        return text;
-    gchar* valid = g_utf8_make_valid(text.data(), static_cast<gssize>(text.size()));
-    std::string result(valid);
-    g_free(valid);
-    return result;
-}
 
 } // namespace
 

@@ -129,15 +129,15 @@ PasswordDialogBase::PasswordDialogBase(const PasswordDialogInfo& info)
       m_minPasswordLength(static_cast<std::int32_t>(info.minPasswordLength)),
       m_maxNewPasswordLength(static_cast<std::int32_t>(info.maxNewPasswordLength)),
       m_minNewPasswordLength(static_cast<std::int32_t>(info.minNewPasswordLength)),
-      m_passwordTerm(info.passwordTerm),
-      m_newPasswordTerm(info.newPasswordTerm.empty() ? info.passwordTerm : info.newPasswordTerm),
-      m_header(info.header),
-      m_readerCaption(info.readerCaption),
-      m_carrierCaption(info.carrierCaption),
-      m_containerCaption(info.containerCaption),
-      m_readerName(info.readerName),
-      m_carrierName(info.carrierName),
-      m_containerName(m_localizer->LocalizeContName(info.containerName, 0)),
+      m_passwordTerm(Displayable(info.passwordTerm)),
+      m_newPasswordTerm(Displayable(info.newPasswordTerm.empty() ? info.passwordTerm : info.newPasswordTerm)),
+      m_header(Displayable(info.header)),
+      m_readerCaption(Displayable(info.readerCaption)),
+      m_carrierCaption(Displayable(info.carrierCaption)),
+      m_containerCaption(Displayable(info.containerCaption)),
+      m_readerName(Displayable(info.readerName)),
+      m_carrierName(Displayable(info.carrierName)),
+      m_containerName(Displayable(m_localizer->LocalizeContName(info.containerName, 0))),
       m_carrierActive(info.carrierActive)
 {
     // No core file or debugger attach can show a password typed from here on.
@@ -172,13 +172,13 @@ void PasswordDialogBase::LocalizePasswordInputStrings()
     const bool catalogueHasAll = !ask.empty() && !askNew.empty() && !confirm.empty();
 
     if (catalogueHasAll && !m_passwordTerm.empty()) {
-        m_askPasswordTerm = LocalizedText("", "", PrintToString(ask, m_passwordTerm));
+        m_askPasswordTerm = LocalizedText("", "", Displayable(PrintToString(ask, m_passwordTerm)));
     } else {
         m_localizer->Localize(m_askPasswordTerm);
     }
     if (catalogueHasAll && !m_newPasswordTerm.empty()) {
-        m_askNewPasswordTerm = LocalizedText("", "", PrintToString(askNew, m_newPasswordTerm));
-        m_confirmPasswordTerm = LocalizedText("", "", PrintToString(confirm, m_newPasswordTerm));
+        m_askNewPasswordTerm = LocalizedText("", "", Displayable(PrintToString(askNew, m_newPasswordTerm)));
+        m_confirmPasswordTerm = LocalizedText("", "", Displayable(PrintToString(confirm, m_newPasswordTerm)));
     } else {
         m_localizer->Localize(m_askNewPasswordTerm);
         m_localizer->Localize(m_confirmPasswordTerm);
@@ -188,7 +188,7 @@ void PasswordDialogBase::LocalizePasswordInputStrings()
 void PasswordDialogBase::PasswordDialogBaseGtkInit(const std::string& title)
 {
     if (!title.empty()) {
-        m_titleTerm = LocalizedText("", "", title);
+        m_titleTerm = LocalizedText("", "", Displayable(title));
         gtk_window_set_title(GTK_WINDOW(m_window), m_titleTerm.c_str());
     }
     AddAuthInfoWidgets();
@@ -381,7 +381,8 @@ void PasswordDialogBase::AddTriesLeftWarning(const std::string& text)
 
 void PasswordDialogBase::ShowWarnings()
 {
-    const std::string text = PasswordWarnings::TakeHintText(m_errors);
+    // A catalogue text or a word cut at 511 bytes may end inside a character.
+    const std::string text = Displayable(PasswordWarnings::TakeHintText(m_errors));
     if (WidgetsAlive() && m_hintLabel != nullptr) {
         gtk_label_set_text(GTK_LABEL(m_hintLabel), text.c_str());
     }

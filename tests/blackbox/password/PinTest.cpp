@@ -142,6 +142,23 @@ TEST(PinBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
     }
 }
 
+// The provider's texts are not checked: bytes that are not UTF-8 are shown
+// replaced, without a single toolkit warning (made fatal here).
+TEST(PinBlackbox, TextsThatAreNotUtf8AreShownWithoutWarnings)
+{
+    PasswordRequestArgs args = Args("4");
+    args.title = "\xe9t\xe9";
+    args.header = "Carte \xff\xfe";
+    args.readerName = "\xc3";
+    args.passwordTerm = "PIN\xd0"; // also inside the warnings and the caption
+    Sandbox sandbox;
+    sandbox.SetEnv("G_DEBUG", "fatal-warnings");
+    const Reply run = Drive(PinRequest(args, 3, 3), {Type("abc"), Press("Return"), Type("d"), Press("Return")},
+                            sandbox);
+    EXPECT_EQ(run.output, PinAnswer(false, false, "abcd"));
+    EXPECT_EQ(run.answer.exitStatus, 0);
+}
+
 // The control words are not checked: input that ends early leaves the
 // missing words at 0 (a box shown, changeable and unticked).
 TEST(PinBlackbox, InputClosedBeforeTheControlWordsIsNoError)
