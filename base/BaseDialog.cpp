@@ -1,6 +1,7 @@
 #include "base/BaseDialog.h"
 
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 
 #include <poll.h>
@@ -11,6 +12,8 @@
 #include "base/Countdown.h"
 #include "base/GetTimeout.h"
 #include "l10n/Cp1251.h"
+
+#include <X11/Xlib.h>
 
 LocalizedText BaseDialog::m_okTerm{"OK", CP1251_TEXT("ОК")};
 LocalizedText BaseDialog::m_cancelTerm{"Cancel", CP1251_TEXT("Отмена")};
@@ -28,6 +31,19 @@ constexpr gint kButtonHeight = 28;
 constexpr guint kWindowBorder = 15;
 // The wrapped label is narrower than the window by the borders around it.
 constexpr unsigned kLabelMargin = 30;
+
+// The X server is gone (the session ended, say). Xlib lets no program go on
+// after this, and the toolkit's own handler would exit with status 1 and no
+// answer; the provider gets the answer of a dialog that ended without one.
+int cbOnDisplayLost(Display*)
+{
+    char text[32];
+    const int length = std::snprintf(text, sizeof text, "ret=%u", static_cast<unsigned>(ResultCode::Failed));
+    if (::write(STDOUT_FILENO, text, static_cast<std::size_t>(length)) < 0) {
+        // nobody reads the answer any more: the exit status still tells
+    }
+    ::_exit(static_cast<int>(ResultCode::Failed & 0xFF));
+}
 
 gboolean cbOnTimer(gpointer data)
 {
@@ -114,6 +130,7 @@ void BaseDialog::CreateMainWindow()
         m_localizer.reset();
         throw xvtui_exception(ResultCode::GtkInitFailed, "CreateMainWindow", "gtk_init_check failed");
     }
+    XSetIOErrorHandler(cbOnDisplayLost);
     m_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_widget_set_name(m_window, "xvtui-window");
     gtk_widget_set_size_request(m_window, static_cast<gint>(m_windowWidth), static_cast<gint>(m_windowHeight));

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <optional>
 
 namespace {
 
@@ -87,6 +88,26 @@ TEST(Frame, LossOfTheParentEndsTheDialogWithBrokenPipe)
     EXPECT_TRUE(answer.exited);
     EXPECT_EQ(answer.exitStatus, 109);
     EXPECT_NE(sandbox.ReadLog().find("broken pipe"), std::string::npos);
+}
+
+// The X server goes away under a shown dialog (the session ends): the
+// helper answers as a dialog that ended without an answer, rather than
+// leaving the toolkit's bare exit status 1 and no answer.
+TEST(Frame, LossOfTheDisplayEndsTheDialogWithTheFailureCode)
+{
+    XServer server; // its own, so that the test process's display lives on
+    Sandbox sandbox;
+    sandbox.SetEnv("DISPLAY", server.Display());
+    std::optional<ShownDialog> dialog;
+    {
+        XClient x(server.Display()); // closed before its server goes
+        dialog.emplace(MessageRequest(2, "The display goes away"), sandbox, x);
+    }
+    server.Stop();
+    const Answer answer = dialog->Finish();
+    EXPECT_EQ(dialog->Output(), "ret=2148073504");
+    EXPECT_TRUE(answer.exited);
+    EXPECT_EQ(answer.exitStatus, 32);
 }
 
 // A parent that stops reading: the helper sees the error on its output,
