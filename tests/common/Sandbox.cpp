@@ -52,7 +52,7 @@ std::vector<std::string> Sandbox::Environment() const
         {"TORVIK_LOG", LogPath()},               {"TORVIK_CATALOG_DIR", XVTUI_CATALOG_DIR},
         {"TORVIK_LOCALE_CATALOG_DIR", XVTUI_RU_CATALOG_DIR},
         {"LANG", "C"},                           {"LC_ALL", "C"},
-        {"GDK_NATIVE_WINDOWS", "1"}};
+        {"GDK_NATIVE_WINDOWS", "1"},             {"G_DEBUG", "fatal-warnings"}};
     for (const char* name : {"PATH", "HOME", "TMPDIR", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS"})
         if (const char* value = std::getenv(name))
             env[name] = value;

@@ -37,7 +37,8 @@ public:
     // "NAME=value" entries: PATH, HOME, TMPDIR and sanitizer options of this
     // process; the TORVIK_* files above and the build tree's catalogues; LANG
     // and LC_ALL "C"; DISPLAY of the private Xvfb; GDK_NATIVE_WINDOWS=1 (so
-    // XClient::ButtonWindows sees the buttons); then SetEnv/UnsetEnv changes.
+    // XClient::ButtonWindows sees the buttons); G_DEBUG=fatal-warnings (a
+    // toolkit warning fails the test); then SetEnv/UnsetEnv changes.
     std::vector<std::string> Environment() const;
 
 private:
