@@ -13,6 +13,7 @@
 #include "client/HelperProcess.h"
 #include "client/PasswordRequest.h"
 #include "client/Request.h"
+#include "common/PasswordRequests.h"
 #include "common/Sandbox.h"
 #include "common/XClient.h"
 #include "common/Xvfb.h"
@@ -205,17 +206,10 @@ client::Request MessageRequest()
 // A PIN for a container, as the provider asks for it after one wrong try.
 client::Request PinRequest()
 {
-    client::PasswordRequestArgs args;
-    args.header = "Enter the PIN of the key carrier";
-    args.readerName = "Smart card reader 0";
-    args.carrierName = "Token 4E20B0C1";
-    args.containerName = "bench-container-0001";
-    args.passwordTerm = "PIN";
+    client::PasswordRequestArgs args = testkit::KeyContainerArgs("4", "4");
     args.triesLeft = "3";
     args.maxPasswordLength = "16";
-    args.minPasswordLength = "4";
     args.maxNewPasswordLength = "16";
-    args.minNewPasswordLength = "4";
     // Both boxes shown and changeable, unticked.
     constexpr std::uint32_t box = client::kBoxVisible | client::kBoxChangeable;
     return client::PinRequest(args, box, box);
@@ -542,10 +536,7 @@ int Main(int argc, char** argv)
                            {"Tab", "Tab"}, "", answerYes, false, true});
     if (options.Wants("pin"))
         dialogs.push_back({"pin", "pin: \"VTQueryPinEx\", one entry, control words 3 3, PIN typed", PinRequest,
-                           options.helper, {}, kPin,
-                           std::string(client::kSavePasswdKey) + "false" + std::string(client::kDontCacheKey) +
-                               "false" + std::string(client::kPasswdKey) + kPin,
-                           false, false});
+                           options.helper, {}, kPin, testkit::PinAnswer(false, false, kPin), false, false});
     if (options.Wants("gtk"))
         // Its focus starts on the check box too; one Tab reaches OK.
         dialogs.push_back({"gtk", "gtk: bare GTK message dialog (reference, none of the helper's code)",

@@ -7,8 +7,13 @@
 #include "common/XClient.h"
 #include "common/Xvfb.h"
 
+#include <gtest/gtest.h>
+
 #include <chrono>
+#include <functional>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace testkit {
 
@@ -59,5 +64,74 @@ private:
     XWindow m_window;
     xvtui::client::RunResult m_run;
 };
+
+// How long the helper of a shown dialog runs on from now, `limit` at most.
+inline std::chrono::steady_clock::duration RunsFor(ShownDialog& dialog, Millis limit = kAnswerTimeout)
+{
+    const auto from = std::chrono::steady_clock::now();
+    dialog.Process().WaitForExit(limit);
+    return std::chrono::steady_clock::now() - from;
+}
+
+// What a user does in a shown dialog.
+using Act = std::function<void(XClient&, XWindow)>;
+
+inline Act Type(std::string text)
+{
+    return [text](XClient& x, XWindow) { x.TypeText(text); };
+}
+inline Act Press(std::string key)
+{
+    return [key](XClient& x, XWindow) { x.PressKey(key); };
+}
+inline Act Close()
+{
+    return [](XClient& x, XWindow window) { x.SendDeleteWindow(window); };
+}
+inline Act WaitForPaint()
+{
+    return [](XClient& x, XWindow window) { ASSERT_TRUE(x.WaitForPaint(window, kWindowTimeout)); };
+}
+// Clicks button `index` of the bottom row, counted from the right when negative.
+inline Act ClickButton(int index)
+{
+    return [index](XClient& x, XWindow window) {
+        const std::vector<Rect> row = x.BottomButtonRow(window);
+        const int count = static_cast<int>(row.size());
+        ASSERT_TRUE(index < count && -index <= count) << "the row has " << count << " buttons";
+        x.ClickCenter(row[static_cast<size_t>((index + count) % count)]);
+    };
+}
+// Clicks clickable window `index` above the bottom row (top to bottom: the
+// check boxes), counted from the bottom when negative.
+inline Act ClickBox(int index)
+{
+    return [index](XClient& x, XWindow window) {
+        std::vector<Rect> boxes = x.ButtonWindows(window);
+        for (const Rect& button : x.BottomButtonRow(window))
+            std::erase_if(boxes, [&](const Rect& r) { return r.x == button.x && r.y == button.y; });
+        const int count = static_cast<int>(boxes.size());
+        ASSERT_TRUE(index < count && -index <= count) << "there are " << count << " boxes";
+        x.ClickCenter(boxes[static_cast<size_t>((index + count) % count)]);
+    };
+}
+
+struct Reply {
+    std::string output;
+    xvtui::client::Answer answer;
+};
+
+// Shows the request's dialog, does `acts` in it and reads its answer.
+inline Reply Drive(const xvtui::client::Request& request, const std::vector<Act>& acts, const Sandbox& sandbox)
+{
+    XClient x;
+    ShownDialog dialog(request, sandbox, x);
+    for (const Act& act : acts)
+        act(x, dialog.Win());
+    Reply reply;
+    reply.answer = dialog.Finish();
+    reply.output = dialog.Output();
+    return reply;
+}
 
 } // namespace testkit

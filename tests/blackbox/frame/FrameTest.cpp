@@ -76,10 +76,8 @@ TEST(Frame, LossOfTheParentEndsTheDialogWithBrokenPipe)
     const auto firstCheckDone = started + 1500ms - Clock::now();
     ASSERT_FALSE(dialog.Process().WaitForExit(std::chrono::ceil<Millis>(firstCheckDone)));
 
-    const auto killed = Clock::now();
     dialog.Process().KillIntermediate();
-    EXPECT_TRUE(dialog.Process().WaitForExit(kAnswerTimeout));
-    const auto took = Clock::now() - killed;
+    const auto took = RunsFor(dialog);
     const Answer answer = dialog.Finish();
 
     EXPECT_LT(took, 2s);
@@ -119,10 +117,8 @@ TEST(Frame, AReaderThatClosesTheAnswerPipeEndsTheDialog)
     const Request request = MessageRequest(2, "Nobody listens");
     ShownDialog dialog(request, sandbox, x);
 
-    const auto closed = Clock::now();
     dialog.Process().CloseOutput();
-    EXPECT_TRUE(dialog.Process().WaitForExit(kAnswerTimeout));
-    const auto took = Clock::now() - closed;
+    const auto took = RunsFor(dialog);
     const Answer answer = dialog.Finish();
 
     EXPECT_LT(took, 2s);
