@@ -23,15 +23,8 @@ cleanup() {
 }
 trap cleanup EXIT
 
-# A private server on a free display: it writes the display number to the
-# descriptor given with -displayfd once it accepts connections.
-coproc XVFB { exec Xvfb -displayfd 1 -screen 0 1024x768x24 -nolisten tcp -noreset 2>/dev/null; }
-xvfb_pid=$XVFB_PID
-if ! read -r -t 10 -u "${XVFB[0]}" number; then
-    echo "screenshots: Xvfb did not start" >&2
-    exit 1
-fi
-export DISPLAY=":$number"
+source scripts/xvfb.sh
+start_xvfb screenshots
 export TORVIK_CATALOG_DIR="$build/share/torvik/nls"
 export TORVIK_LOCALE_CATALOG_DIR="$build/share/torvik/nls/ru"
 export TORVIK_LOCAL_CONFIG="$work/local.ini" TORVIK_GLOBAL_CONFIG="$work/global.ini"

@@ -26,15 +26,8 @@ cleanup() {
 trap cleanup EXIT
 
 if [ -z "${DISPLAY:-}" ]; then
-    # A private server on a free display: it writes the display number to the
-    # descriptor given with -displayfd once it accepts connections.
-    coproc XVFB { exec Xvfb -displayfd 1 -screen 0 1024x768x24 -nolisten tcp -noreset 2>/dev/null; }
-    xvfb_pid=$XVFB_PID
-    if ! read -r -t 10 -u "${XVFB[0]}" number; then
-        echo "demo: Xvfb did not start" >&2
-        exit 1
-    fi
-    export DISPLAY=":$number"
+    source "$(dirname "$0")/xvfb.sh"
+    start_xvfb demo
     echo "demo: no DISPLAY, using a private Xvfb on $DISPLAY"
 fi
 
