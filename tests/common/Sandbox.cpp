@@ -19,6 +19,9 @@ Sandbox::Sandbox() : m_dir((std::filesystem::temp_directory_path() / "xvtui-test
 
 Sandbox::~Sandbox()
 {
+    if (m_exported)
+        for (const char* name : {"TORVIK_LOCAL_CONFIG", "TORVIK_GLOBAL_CONFIG", "TORVIK_LOG"})
+            unsetenv(name);
     std::error_code ignored;
     std::filesystem::remove_all(m_dir, ignored);
 }
@@ -34,6 +37,14 @@ std::string Sandbox::ReadFile(const std::string& name) const
     std::ostringstream contents;
     contents << std::ifstream(Path(name), std::ios::binary).rdbuf();
     return contents.str();
+}
+
+void Sandbox::Export()
+{
+    setenv("TORVIK_LOCAL_CONFIG", LocalConfig().c_str(), 1);
+    setenv("TORVIK_GLOBAL_CONFIG", GlobalConfig().c_str(), 1);
+    setenv("TORVIK_LOG", LogPath().c_str(), 1);
+    m_exported = true;
 }
 
 void Sandbox::Set(const std::string& file, const std::string& name, long long value)

@@ -1,5 +1,6 @@
 // Sandbox.h: a temporary directory holding the helper's settings files and log,
-// and an environment that points the helper at them; removed with the sandbox.
+// and an environment that points the helper, or this process, at them;
+// removed with the sandbox.
 #pragma once
 
 #include <map>
@@ -31,6 +32,10 @@ public:
     std::string LogPath() const { return Path("xvtui.log"); }
     std::string ReadLog() const { return ReadFile("xvtui.log"); }
 
+    // Points this process's TORVIK_LOCAL_CONFIG, TORVIK_GLOBAL_CONFIG and
+    // TORVIK_LOG at the sandbox's files until the sandbox is destroyed.
+    void Export();
+
     void SetEnv(const std::string& name, const std::string& value) { m_env[name] = value; }
     void UnsetEnv(const std::string& name) { m_env[name] = std::nullopt; }
 
@@ -45,6 +50,7 @@ private:
     void Set(const std::string& file, const std::string& name, long long value);
 
     std::string m_dir;
+    bool m_exported = false;
     std::map<std::string, std::map<std::string, long long>> m_settings; // file -> name -> value
     std::map<std::string, std::optional<std::string>> m_env; // nullopt: removed
 };

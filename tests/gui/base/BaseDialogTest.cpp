@@ -80,7 +80,7 @@ TEST_F(BaseDialogGui, BuildsTheFrame)
 
 TEST_F(BaseDialogGui, CountdownLabelFollowsTheTicks)
 {
-    m_settings.SetLocal("[KeyDevices]\nprobe_time=75\nprobe_show_time=60\nprobe_resume_time=70\n");
+    m_settings.WriteFile("local.ini", "[KeyDevices]\nprobe_time=75\nprobe_show_time=60\nprobe_resume_time=70\n");
     ProbeDialog dialog;
     for (int tick = 0; tick < 17; ++tick) {
         ASSERT_TRUE(dialog.OnTimer());

@@ -11,7 +11,7 @@
 #include <unistd.h>
 
 #include "common/Xvfb.h"
-#include "unit/base/TempSettings.h"
+#include "common/Sandbox.h"
 
 // The private Xvfb, English texts, the build tree's catalogue, temporary
 // settings, and a watchdog: a test that hangs in a main loop fails instead.
@@ -23,13 +23,12 @@ protected:
         setenv("LC_ALL", "C.UTF-8", 1);
         setenv("TORVIK_CATALOG_DIR", XVTUI_CATALOG_DIR, 1);
         setenv("TORVIK_LOCALE_CATALOG_DIR", XVTUI_RU_CATALOG_DIR, 1);
-        m_settings.SetLocal(nullptr);
-        m_settings.SetGlobal(nullptr);
+        m_settings.Export();
         alarm(30);
     }
     void TearDown() override { alarm(0); }
 
-    TempSettings m_settings;
+    testkit::Sandbox m_settings;
 };
 
 // The widget named `name` (gtk_widget_set_name) in the tree under `root`.

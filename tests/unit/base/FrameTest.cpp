@@ -8,11 +8,11 @@
 #include <string>
 #include <vector>
 
-#include "TempSettings.h"
 #include "app/DialogFactory.h"
 #include "app/Entry.h"
 #include "app/xvtui_exception.h"
 #include "base/BaseDialog.h"
+#include "common/Sandbox.h"
 #include "common/UnitKit.h"
 
 namespace {
@@ -58,7 +58,8 @@ TEST(DialogFactory, UnknownKeywordsAreBadArgs)
 // The usage line, or "ret=" and the code without a newline, the error logged.
 TEST(Entry, ReportsUsageOrRetAndLogs)
 {
-    TempSettings settings;
+    testkit::Sandbox settings;
+    settings.Export();
     unsetenv("DISPLAY");
     const struct {
         std::vector<std::string> args;
@@ -87,21 +88,22 @@ TEST(Entry, ReportsUsageOrRetAndLogs)
         EXPECT_EQ(std::string(buffer, size), c.out) << c.args.back();
         std::free(buffer);
         EXPECT_EQ(status, c.status) << c.args.back();
-        EXPECT_NE(settings.Log().find(c.logged), std::string::npos) << settings.Log();
+        EXPECT_NE(settings.ReadLog().find(c.logged), std::string::npos) << settings.ReadLog();
     }
 }
 
 // A closed standard output is not taken over by the log: "ret=" never lands there.
 TEST(Entry, ClosedStandardOutputKeepsTheAnswerOutOfTheLog)
 {
-    TempSettings settings;
+    testkit::Sandbox settings;
+    settings.Export();
     EXPECT_EQ(testkit::RunInChild({{"TORVIK_LOG", std::getenv("TORVIK_LOG")}}, [] {
         close(STDOUT_FILENO);
         char* argv[] = {const_cast<char*>("xvtui"), const_cast<char*>("VTBogus"), nullptr};
         return std::to_string(static_cast<unsigned>(RunEntry(2, argv, stdout)));
     }), "2147942487");
-    EXPECT_NE(settings.Log().find("VTBogus"), std::string::npos);
-    EXPECT_EQ(settings.Log().find("ret="), std::string::npos) << settings.Log();
+    EXPECT_NE(settings.ReadLog().find("VTBogus"), std::string::npos);
+    EXPECT_EQ(settings.ReadLog().find("ret="), std::string::npos) << settings.ReadLog();
 }
 
 } // namespace

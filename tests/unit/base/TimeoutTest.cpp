@@ -2,10 +2,11 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
-#include "TempSettings.h"
+#include "common/Sandbox.h"
 #include "base/Countdown.h"
 #include "base/GetTimeout.h"
 
@@ -31,10 +32,11 @@ TEST(GetTimeout, LocalThenGlobalThenDefault)
         {"negative as unsigned", "[KeyDevices]\npasswd_time=-1\n", global40, 600, 4294967295u},
         {"beyond 32 bits: the low bits", "[KeyDevices]\npasswd_time=0x100000005\n", global40, 600, 5},
     };
-    TempSettings settings;
+    testkit::Sandbox settings;
+    settings.Export();
     for (const auto& c : cases) {
-        settings.SetLocal(c.local);
-        settings.SetGlobal(c.global);
+        for (const auto& [file, content] : {std::pair{"local.ini", c.local}, {"global.ini", c.global}})
+            content ? settings.WriteFile(file, content) : (void)std::filesystem::remove(settings.Path(file));
         EXPECT_EQ(GetTimeout("passwd_time", c.defaultValue), c.expected) << c.what;
     }
 }

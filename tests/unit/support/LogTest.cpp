@@ -19,8 +19,7 @@ namespace {
 
 class Log : public ::testing::Test {
 protected:
-    void SetUp() override { setenv("TORVIK_LOG", m_box.LogPath().c_str(), 1); }
-    void TearDown() override { unsetenv("TORVIK_LOG"); }
+    void SetUp() override { m_box.Export(); }
     std::vector<std::string> Lines() const
     {
         std::vector<std::string> lines;

@@ -41,10 +41,8 @@ protected:
             local += "v" + std::to_string(i) + " = " + kValues[i].first + "\n";
         m_box.WriteFile("local.ini", local + "[KeyDevices\\Deep\\Er]\nvalue = 5\n");
         m_box.WriteFile("global.ini", "[KeyDevices]\nv0 = 99\nonly_global = 7\n");
-        setenv("TORVIK_LOCAL_CONFIG", m_box.LocalConfig().c_str(), 1);
-        setenv("TORVIK_GLOBAL_CONFIG", m_box.GlobalConfig().c_str(), 1);
+        m_box.Export();
     }
-    void TearDown() override { unsetenv("TORVIK_LOCAL_CONFIG"); unsetenv("TORVIK_GLOBAL_CONFIG"); }
     testkit::Sandbox m_box;
 };
 
