@@ -328,17 +328,37 @@ bool XClient::WaitForPaint(Window window, Millis timeout, Millis quiet)
     return settled;
 }
 
-void XClient::Screenshot(Window window, const std::string& pngPath)
+XImage* XClient::Image(Window window, const Rect& area)
 {
-    const Rect size = Geometry(window);
     XImage* image = nullptr;
     {
         ErrorTrap trap(m_dpy);
-        image = XGetImage(m_dpy, window, 0, 0, static_cast<unsigned>(size.width),
-                          static_cast<unsigned>(size.height), AllPlanes, ZPixmap);
+        image = XGetImage(m_dpy, window, area.x, area.y, static_cast<unsigned>(area.width),
+                          static_cast<unsigned>(area.height), AllPlanes, ZPixmap);
     }
     if (image == nullptr)
         throw Error("cannot read the window's image");
+    return image;
+}
+
+bool XClient::Uniform(Window window, Rect area)
+{
+    const Rect size = Geometry(window);
+    area.width = std::min(area.width, size.width - area.x);
+    area.height = std::min(area.height, size.height - area.y);
+    XImage* image = Image(window, area);
+    bool uniform = true;
+    for (int y = 0; y < area.height && uniform; ++y)
+        for (int x = 0; x < area.width && uniform; ++x)
+            uniform = XGetPixel(image, x, y) == XGetPixel(image, 0, 0);
+    XDestroyImage(image);
+    return uniform;
+}
+
+void XClient::Screenshot(Window window, const std::string& pngPath)
+{
+    const Rect size = Geometry(window);
+    XImage* image = Image(window, {0, 0, size.width, size.height});
     GdkPixbuf* pixbuf = gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, size.width, size.height);
     const unsigned long masks[3] = {image->red_mask, image->green_mask, image->blue_mask};
     for (int y = 0; y < size.height; ++y) {

@@ -12,6 +12,7 @@
 #include <vector>
 
 struct _XDisplay; // Xlib's Display; Xlib's macros (None, Bool, ...) stay out of tests
+struct _XImage;
 
 namespace testkit {
 
@@ -64,12 +65,17 @@ public:
     // when `timeout` passes first.
     bool WaitForPaint(XWindow window, Millis timeout, Millis quiet = Millis(150));
     void Screenshot(XWindow window, const std::string& pngPath);
+    // True when `area` of the window (window coordinates, cut to the window)
+    // holds a single colour.
+    bool Uniform(XWindow window, Rect area);
 
     void Sync();
 
 private:
     // Presses and releases the key of `keysym` (with Shift where the keymap has it so).
     void Tap(unsigned long keysym);
+    // The pixels of `area` of the window; the caller destroys the image.
+    _XImage* Image(XWindow window, const Rect& area);
 
     _XDisplay* m_dpy = nullptr;
     XWindow m_root = 0;

@@ -27,7 +27,8 @@ TEST(Frame, NoKeywordPrintsTheUsageTextAndExitsWithOne)
 TEST(Frame, UnknownKeywordsAreRefusedAndLogged)
 {
     const char* const keywords[] = {"VTFoo", "vtdisplaymessage", "VTDisplayMessage ", " VTQueryPinEx",
-                                    "VTDisplayMessageEX", "", "VTRndm%s%n"};
+                                    "VTDisplayMessageEX", "", "VTRndm%s%n",
+                                    "VTDisplayMessage\xd0", "VTDisplayMessageExx"};
     for (const char* keyword : keywords) {
         SCOPED_TRACE(std::string("keyword '") + keyword + "'");
         Sandbox sandbox;
@@ -52,7 +53,7 @@ TEST(Frame, WithoutADisplayTheAnswerIsCode1114)
             sandbox.UnsetEnv("DISPLAY");
         else
             sandbox.SetEnv("DISPLAY", display);
-        const Answer answer = AskHelper(MessageRequest(130, "No display"), sandbox);
+        const Answer answer = AskHelper(MessageRequest(130, "No display", display != nullptr), sandbox);
         EXPECT_EQ(answer.outcome, Outcome::Refused);
         EXPECT_EQ(answer.code, kNoDisplay);
         EXPECT_EQ(answer.exitStatus, 90);

@@ -1,7 +1,5 @@
 // BaseDialog on a real X server: what the provider cannot see of it, and the
 // boundary that stops exceptions before GTK's C frames.
-#include <csignal>
-#include <cstdio>
 #include <stdexcept>
 
 #include "GuiSupport.h"
@@ -104,27 +102,6 @@ TEST_F(BaseDialogGui, WaysToEnd)
         EXPECT_EQ(dialog.ShowDialog(), c.result) << c.what;
         EXPECT_EQ(dialog.Window(), nullptr) << c.what;
     }
-}
-
-// Standard output is a pipe whose reader is gone, as when the provider died.
-TEST_F(BaseDialogGui, LostParentPipeEndsWith109)
-{
-    ProbeDialog dialog;
-    std::fflush(stdout);
-    std::signal(SIGPIPE, SIG_IGN);
-    const int saved = dup(STDOUT_FILENO);
-    int fds[2];
-    ASSERT_EQ(pipe(fds), 0);
-    close(fds[0]);
-    dup2(fds[1], STDOUT_FILENO);
-    close(fds[1]);
-    const xvtui_exception error = ShowExpectingError(dialog);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    EXPECT_EQ(error.GetCode(), ResultCode::BrokenPipe);
-    EXPECT_STREQ(error.what(), "Error in function: OnTimer(...) : broken pipe\n");
-    EXPECT_EQ(dialog.GetResult(), ResultCode::Failed);
-    EXPECT_EQ(dialog.Window(), nullptr);
 }
 
 TEST_F(BaseDialogGui, ExceptionInHandlerLeavesShowDialog)
