@@ -1,13 +1,12 @@
-// The password dialogs seen from the parent: the built helper runs as the
-// provider runs it ("VTQueryPinEx", control words on standard input for the
-// PIN dialog), is driven with real key presses and clicks, and its answer is
-// read back byte for byte. Its time-outs are watched by waiting on the process.
+// The password dialogs seen from the parent: the built helper driven with real
+// key presses and clicks, its answer read back byte for byte.
 #include "common/Blackbox.h"
 #include "common/PasswordRequests.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -20,9 +19,9 @@ using Clock = std::chrono::steady_clock;
 constexpr std::string_view kCancelled = "ret=2148532334";
 const std::string kKey = "XVTUI_passwd=", kOldKey = "XVTUI_old_passwd=";
 
-PasswordRequestArgs Args(const char* minLength = "0", const char* minNewLength = "0")
+Request Pin(std::uint32_t saveBox, std::uint32_t dontCacheBox, const char* minLength = "0")
 {
-    return KeyContainerArgs(minLength, minNewLength);
+    return PinRequest(KeyContainerArgs(minLength), saveBox, dontCacheBox);
 }
 
 // Types each text into the next field, Tab between them, then Enter.
@@ -38,11 +37,8 @@ Act Fill(std::vector<std::string> fields)
     };
 }
 
-// Exact answers with status 0, or the cancel code with 110. The PIN dialog's
-// OK is the left button, Cancel the right one; its check boxes are the save
-// box, then the don't-cache box. While the two- and three-entry dialogs'
-// fields disagree or are too short, Enter does nothing: the dialog stays to
-// be cancelled.
+// Exact answers with status 0, or the cancel code with 110. OK is the left
+// button; the PIN dialog's boxes are the save box, then the don't-cache box.
 TEST(PasswordBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
 {
     struct Case {
@@ -51,71 +47,62 @@ TEST(PasswordBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
         std::vector<Act> acts;
         std::string output;
     };
-    const std::string cyrillic = "\xd0\xbf\xd0\xb8\xd0\xbd 1"; // "пин 1"
+    const std::string cyrillic = "\xd0\xbf\xd0\xb8\xd0\xbd 1", no(kCancelled); // "пин 1"
     const Act enter = Press("Return"), cancel = ClickButton(1);
-    // The provider's texts are not checked: bytes that are not UTF-8 are shown
-    // replaced, without a toolkit warning (fatal in the sandbox).
-    PasswordRequestArgs notUtf8 = Args("4");
+    // Bytes that are not UTF-8 are shown replaced, without a (fatal) toolkit warning.
+    PasswordRequestArgs notUtf8 = KeyContainerArgs("4");
     notUtf8.title = "\xe9t\xe9";
     notUtf8.header = "Carte \xff\xfe";
     notUtf8.readerName = "\xc3";
     notUtf8.passwordTerm = "PIN\xd0"; // also inside the warnings and the caption
-    // Nor are the control words: input that ends early leaves the missing words
-    // at 0 (a box shown, changeable and unticked).
+    // Input that ends early leaves the missing control words at 0.
     const auto cutInput = [](size_t bytes) {
-        Request request = PinRequest(Args(), 7, 7);
+        Request request = Pin(7, 7);
         request.input = secure::String(request.input.view().substr(0, bytes));
         return request;
     };
+    const Request fresh = NewPasswordRequest({}), strict = NewPasswordRequest(KeyContainerArgs("4", "6"));
+    const Request change = ChangePasswordRequest(KeyContainerArgs("3", "3"));
     const Case cases[] = {
-        {"ticked save box", PinRequest(Args("4"), 7, 3), {Type("abcd"), enter}, PinAnswer(true, false, "abcd")},
-        {"boxes as words 0: shown, unticked", PinRequest(Args(), 0, 0), {Type("1234"), enter},
-         PinAnswer(false, false, "1234")},
-        {"both ticked at set-up, one fixed", PinRequest(Args(), 5, 7), {Type("p"), enter}, PinAnswer(true, true, "p")},
-        {"bits above the third ignored", PinRequest(Args(), 0x103, 0x107), {Type("q"), enter},
-         PinAnswer(false, true, "q")},
-        {"empty PIN, no minimum", PinRequest(Args(), 3, 3), {enter}, PinAnswer(false, false, "")},
-        {"keys inside the PIN", PinRequest(Args(), 3, 3), {Type("XVTUI_passwd=x"), enter},
-         PinAnswer(false, false, "XVTUI_passwd=x")},
-        {"Cyrillic, counted in bytes", PinRequest(Args("8"), 3, 3), {Type(cyrillic), enter},
-         PinAnswer(false, false, cyrillic)},
-        {"Enter refused while too short", PinRequest(Args("4"), 3, 3), {Type("abc"), enter, Type("d"), enter},
+        {"ticked save box", Pin(7, 3, "4"), {Type("abcd"), enter}, PinAnswer(true, false, "abcd")},
+        {"boxes as words 0: shown, unticked", Pin(0, 0), {Type("1234"), enter}, PinAnswer(false, false, "1234")},
+        {"both ticked at set-up, one fixed", Pin(5, 7), {Type("p"), enter}, PinAnswer(true, true, "p")},
+        {"bits above the third ignored", Pin(0x103, 0x107), {Type("q"), enter}, PinAnswer(false, true, "q")},
+        {"empty PIN, no minimum", Pin(3, 3), {enter}, PinAnswer(false, false, "")},
+        {"keys inside the PIN", Pin(3, 3), {Type("XVTUI_passwd=x"), enter}, PinAnswer(false, false, "XVTUI_passwd=x")},
+        {"Enter refused while too short", Pin(3, 3, "4"), {Type("abc"), enter, Type("d"), enter},
          PinAnswer(false, false, "abcd")},
-        {"ticking one box unticks the other", PinRequest(Args(), 3, 7), {Type("x"), ClickBox(0), ClickButton(0)},
+        {"ticking one box unticks the other", Pin(3, 7), {Type("x"), ClickBox(0), ClickButton(0)},
          PinAnswer(true, false, "x")},
-        {"a box unticked by the user", PinRequest(Args(), 7, 3), {Type("x"), ClickBox(0), ClickButton(0)},
+        {"a box unticked by the user", Pin(7, 3), {Type("x"), ClickBox(0), ClickButton(0)},
          PinAnswer(false, false, "x")},
         {"texts not UTF-8", PinRequest(notUtf8, 3, 3), {Type("abc"), enter, Type("d"), enter},
          PinAnswer(false, false, "abcd")},
         {"input closed before the words", cutInput(0), {Type("abc"), enter}, PinAnswer(false, false, "abc")},
         {"the save word only", cutInput(4), {Type("abc"), enter}, PinAnswer(true, false, "abc")},
         {"half a word", cutInput(2), {Type("abc"), enter}, PinAnswer(false, false, "abc")},
-        {"PIN: Cancel clicked", PinRequest(Args(), 7, 3), {Type("abcd"), cancel}, std::string(kCancelled)},
-        {"PIN: window closed", PinRequest(Args(), 7, 3), {Type("abcd"), Close()}, std::string(kCancelled)},
+        {"PIN: Cancel clicked", Pin(7, 3), {Type("abcd"), cancel}, no},
+        {"PIN: window closed", Pin(7, 3), {Type("abcd"), Close()}, no},
         // The new password is written unchanged, whatever it holds.
-        {"new", NewPasswordRequest(Args()), {Fill({"n3w-Secret!", "n3w-Secret!"})}, kKey + "n3w-Secret!"},
-        {"new: key inside", NewPasswordRequest(Args()), {Fill({"aXVTUI_passwd=b", "aXVTUI_passwd=b"})},
-         kKey + "aXVTUI_passwd=b"},
-        {"new: the key alone", NewPasswordRequest(Args()), {Fill({kKey, kKey})}, kKey + kKey},
-        {"new: Cyrillic", NewPasswordRequest(Args()), {Fill({cyrillic, cyrillic})}, kKey + cyrillic},
-        {"new: empty", NewPasswordRequest(Args()), {Fill({"", ""})}, kKey},
-        {"change", ChangePasswordRequest(Args("3", "3")), {Fill({"0ld-PIN", "n3w-PIN", "n3w-PIN"})},
-         kOldKey + "0ld-PIN" + kKey + "n3w-PIN"},
-        {"change: key inside the old", ChangePasswordRequest(Args("3", "3")),
-         {Fill({"XVTUI_passwd=old", "n3w", "n3w"})}, kOldKey + "XVTUI_passwd=old" + kKey + "n3w"},
-        {"change: key ending the old", ChangePasswordRequest(Args("3", "3")), {Fill({"oXVTUI_passwd=", "n3w", "n3w"})},
+        {"new", fresh, {Fill({"n3w-Secret!", "n3w-Secret!"})}, kKey + "n3w-Secret!"},
+        {"new: key inside", fresh, {Fill({"aXVTUI_passwd=b", "aXVTUI_passwd=b"})}, kKey + "aXVTUI_passwd=b"},
+        {"new: the key alone", fresh, {Fill({kKey, kKey})}, kKey + kKey},
+        {"new: Cyrillic", fresh, {Fill({cyrillic, cyrillic})}, kKey + cyrillic},
+        {"new: empty", fresh, {Fill({"", ""})}, kKey},
+        {"change", change, {Fill({"0ld-PIN", "n3w-PIN", "n3w-PIN"})}, kOldKey + "0ld-PIN" + kKey + "n3w-PIN"},
+        {"change: key inside the old", change, {Fill({"XVTUI_passwd=old", "n3w", "n3w"})},
+         kOldKey + "XVTUI_passwd=old" + kKey + "n3w"},
+        {"change: key ending the old", change, {Fill({"oXVTUI_passwd=", "n3w", "n3w"})},
          kOldKey + "oXVTUI_passwd=" + kKey + "n3w"},
-        {"new: one byte differs", NewPasswordRequest(Args("4", "6")), {Fill({"abcdef", "abcdeg"}), enter, cancel},
-         std::string(kCancelled)},
-        {"new: confirmation a prefix", NewPasswordRequest(Args("4", "6")), {Fill({"abcdef", "abcde"}), cancel},
-         std::string(kCancelled)},
-        {"new: equal but short", NewPasswordRequest(Args("4", "6")), {Fill({"abc", "abc"}), cancel},
-         std::string(kCancelled)},
-        {"change: new ones differ", ChangePasswordRequest(Args("4", "6")),
-         {Fill({"current", "abcdef", "abcdeF"}), enter, cancel}, std::string(kCancelled)},
-        {"change: current too short", ChangePasswordRequest(Args("4", "6")), {Fill({"cur", "abcdef", "abcdef"}), cancel},
-         std::string(kCancelled)},
-        {"new: corrected after a refused Enter", NewPasswordRequest(Args("0", "6")),
+        // Enter does nothing while the fields disagree or are too short.
+        {"new: one byte differs", strict, {Fill({"abcdef", "abcdeg"}), enter, cancel}, no},
+        {"new: confirmation a prefix", strict, {Fill({"abcdef", "abcde"}), cancel}, no},
+        {"new: equal but short", strict, {Fill({"abc", "abc"}), cancel}, no},
+        {"change: new ones differ", ChangePasswordRequest(KeyContainerArgs("4", "6")),
+         {Fill({"current", "abcdef", "abcdeF"}), enter, cancel}, no},
+        {"change: current too short", ChangePasswordRequest(KeyContainerArgs("4", "6")),
+         {Fill({"cur", "abcdef", "abcdef"}), cancel}, no},
+        {"new: corrected after a refused Enter", strict,
          {Fill({"abcdef", "abcdeg"}), Press("BackSpace"), Type("f"), enter}, kKey + "abcdef"},
     };
     for (const Case& c : cases) {
@@ -133,7 +120,7 @@ TEST(PasswordBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
 TEST(PinBlackbox, NineteenArgumentsAreRefused)
 {
     Sandbox sandbox;
-    std::vector<std::string> arguments = PinRequest(Args(), 3, 3).arguments;
+    std::vector<std::string> arguments = Pin(3, 3).arguments;
     arguments.pop_back();
     const Answer answer = AskHelper(RawRequest(arguments), sandbox);
     EXPECT_EQ(answer.outcome, Outcome::Refused);
@@ -147,7 +134,7 @@ TEST(PinBlackbox, ZeroTimeCancelsAfterAboutOneSecond)
     Sandbox sandbox;
     sandbox.SetLocal("passwd_time", 0);
     XClient x;
-    ShownDialog dialog(PinRequest(Args(), 3, 3), sandbox, x);
+    ShownDialog dialog(Pin(3, 3), sandbox, x);
     const auto took = RunsFor(dialog);
     EXPECT_EQ(dialog.Finish().exitStatus, 110);
     EXPECT_EQ(dialog.Output(), kCancelled);
@@ -155,17 +142,15 @@ TEST(PinBlackbox, ZeroTimeCancelsAfterAboutOneSecond)
     EXPECT_LT(took, 3s);
 }
 
-// With "passwd_resume_time" every change of the entry sets the time left
-// back. "passwd_time" 2 alone ends the dialog at its third tick; a key every
-// second keeps it open well beyond that, and it ends about three seconds
-// after the last key.
+// Each key sets the time left back to "passwd_resume_time": "passwd_time" 2
+// alone ends at the third tick, a key a second keeps it open.
 TEST(PinBlackbox, TypingRestartsTheCountdownFromTheResumeTime)
 {
     Sandbox sandbox;
     sandbox.SetLocal("passwd_time", 2);
     sandbox.SetLocal("passwd_resume_time", 3);
     XClient x;
-    ShownDialog dialog(PinRequest(Args(), 3, 3), sandbox, x);
+    ShownDialog dialog(Pin(3, 3), sandbox, x);
     const auto shown = Clock::now();
     auto lastKey = shown;
     for (int key = 0; key < 4; ++key) {
@@ -182,10 +167,8 @@ TEST(PinBlackbox, TypingRestartsTheCountdownFromTheResumeTime)
     EXPECT_LT(quiet, 5500ms);
 }
 
-// The countdown sits in the top right corner, above the header. With a
-// total of 75 seconds it appears at the first tick only when the show time
-// reaches the total; with the default 60 the corner stays empty for the
-// first fifteen ticks (which are counted exactly by the frame's own tests).
+// The countdown's top right corner: empty at the first tick with the default
+// show time 60 of 75 (the frame's tests count the ticks), drawn with 75.
 TEST(PinBlackbox, CountdownShowsOnlyWithinTheShowTime)
 {
     const struct {
@@ -198,7 +181,7 @@ TEST(PinBlackbox, CountdownShowsOnlyWithinTheShowTime)
         sandbox.SetLocal("passwd_time", 75);
         sandbox.SetLocal("passwd_show_time", c.showTime);
         XClient x;
-        ShownDialog dialog(PinRequest(Args(), 3, 3), sandbox, x);
+        ShownDialog dialog(Pin(3, 3), sandbox, x);
         // The timer starts before the window shows: 1.5 s holds its first tick.
         ASSERT_FALSE(dialog.Process().WaitForExit(1500ms));
         ASSERT_TRUE(x.WaitForPaint(dialog.Win(), kWindowTimeout));
