@@ -61,11 +61,8 @@ TEST(Frame, WithoutADisplayTheAnswerIsCode1114)
     }
 }
 
-// The helper watches its parent once a second: when the parent dies it
-// answers "ret=109" on the pipe (still read by us) and exits with 109. The
-// parent is killed after the helper's first check (one second after start),
-// while the dialog is up, so the test does not depend on when the helper
-// first records its parent.
+// The helper checks its parent once a second: killed after the first check,
+// the parent's loss is answered with "ret=109" (we still read) and status 109.
 TEST(Frame, LossOfTheParentEndsTheDialogWithBrokenPipe)
 {
     Sandbox sandbox;
@@ -89,9 +86,7 @@ TEST(Frame, LossOfTheParentEndsTheDialogWithBrokenPipe)
     EXPECT_NE(sandbox.ReadLog().find("broken pipe"), std::string::npos);
 }
 
-// The X server goes away under a shown dialog (the session ends): the
-// helper answers as a dialog that ended without an answer, rather than
-// leaving the toolkit's bare exit status 1 and no answer.
+// The session's X server goes away: the failure code, not the toolkit's bare exit 1.
 TEST(Frame, LossOfTheDisplayEndsTheDialogWithTheFailureCode)
 {
     XServer server; // its own, so that the test process's display lives on
