@@ -18,23 +18,8 @@
 #include <exception>
 #include <string>
 
-// The result codes that the frame and the dialogs report.
-namespace ResultCode {
-// The dialog answered (not named Success: X11 defines that as a macro).
-inline constexpr std::uint32_t Answered = 0;
-// The user cancelled, closed the window or let the time-out expire.
-inline constexpr std::uint32_t Cancelled = 0x8010006E;
-// A dialog ended without an answer; also the result when the parent is lost.
-inline constexpr std::uint32_t Failed = 0x80090020;
-// Unknown keyword, wrong arguments, or a callback without its dialog.
-inline constexpr std::uint32_t BadArgs = 0x80070057;
-// A std::exception other than xvtui_exception reached the process entry.
-inline constexpr std::uint32_t ForeignException = 0x80040205;
-// The parent process or the output pipe is gone.
-inline constexpr std::uint32_t BrokenPipe = 109;
-// GTK could not be initialised (no display).
-inline constexpr std::uint32_t GtkInitFailed = 1114;
-} // namespace ResultCode
+#include "protocol/ResultCode.h"
+
 
 class xvtui_exception : public std::exception {
 public:

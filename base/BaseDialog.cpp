@@ -77,7 +77,7 @@ pid_t OriginalParent()
 
 } // namespace
 
-BaseDialog::BaseDialog(unsigned dialogKind, const std::string& timeKey, const std::string& showTimeKey,
+BaseDialog::BaseDialog(DialogKind dialogKind, const std::string& timeKey, const std::string& showTimeKey,
                        const std::string& resumeTimeKey)
     : m_result(ResultCode::Failed)
 {
@@ -87,7 +87,7 @@ BaseDialog::BaseDialog(unsigned dialogKind, const std::string& timeKey, const st
     m_timerId = 0;
     OriginalParent();
     m_localizer = std::make_unique<CSPLocalizer>();
-    if (dialogKind == kMessageDialogKind) {
+    if (dialogKind == DialogKind::Message) {
         m_localizer->Localize(m_titleTerm);
         CreateMainWindow();
     } else {

@@ -33,18 +33,18 @@
 
 #include "l10n/CSPLocalizer.h"
 #include "l10n/LocalizedText.h"
+#include "protocol/DialogKind.h"
+
+using xvtui::protocol::DialogKind;
 
 class BaseDialog {
 public:
-    // dialogKind: 0 reader selection, 1 container selection, 2 random data,
-    // 3 password, 4 message (kMessageDialogKind). Kind 4 gets only the (hidden) main window: no
-    // buttons, countdown label or base timer. The keys name the total, show
-    // and resume time-out settings (e.g. "passwd_time", "passwd_show_time",
+    // The message kind gets only the (hidden) main window: no buttons,
+    // countdown label or base timer. The keys name the total, show and resume
+    // time-out settings (e.g. "passwd_time", "passwd_show_time",
     // "passwd_resume_time"). Raises xvtui_exception 1114 "gtk_init_check
     // failed" when GTK cannot start.
-    static constexpr unsigned kMessageDialogKind = 4;
-
-    BaseDialog(unsigned dialogKind, const std::string& timeKey, const std::string& showTimeKey,
+    BaseDialog(DialogKind dialogKind, const std::string& timeKey, const std::string& showTimeKey,
                const std::string& resumeTimeKey);
     virtual ~BaseDialog();
 

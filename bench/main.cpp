@@ -291,7 +291,7 @@ void MeasureDialog(const DialogScenario& scenario, const Options& options,
             (!scenario.expectedAnswer.empty() && output != scenario.expectedAnswer))
             throw SampleError(scenario, "unexpected answer to Return (exit status " +
                                             std::to_string(run.exitStatus) + ")");
-    } else if (output != "ret=" + std::to_string(client::kCancelled)) {
+    } else if (output != "ret=" + std::to_string(ResultCode::Cancelled)) {
         throw SampleError(scenario, "unexpected answer to Escape");
     }
 

@@ -5,28 +5,6 @@
 
 namespace xvtui::client {
 
-std::string_view CodeName(std::uint32_t code)
-{
-    switch (code) {
-    case kSuccess:
-        return "success";
-    case kCancelled:
-        return "cancelled";
-    case kFailed:
-        return "failed";
-    case kBadArguments:
-        return "bad arguments";
-    case kForeignException:
-        return "foreign exception";
-    case kBrokenPipe:
-        return "broken pipe";
-    case kNoDisplay:
-        return "no display";
-    default:
-        return "unknown";
-    }
-}
-
 const Field* Answer::Find(std::string_view key) const
 {
     for (const Field& field : fields) {
@@ -164,7 +142,7 @@ Answer Decode(const RunResult& run, const Decoder& decoder)
         return answer;
     }
     answer.outcome = Outcome::Answered;
-    answer.code = kSuccess;
+    answer.code = ResultCode::Answered;
     return answer;
 }
 

@@ -9,6 +9,7 @@
 #pragma once
 
 #include "base/secure/SecureString.h"
+#include "protocol/ResultCode.h"
 
 #include <cstdint>
 #include <functional>
@@ -19,23 +20,9 @@
 
 namespace xvtui::client {
 
-// Result codes of the helper.
-enum ResultCode : std::uint32_t {
-    kSuccess = 0,
-    kCancelled = 0x8010006E,        // 2148532334: cancel, close or time-out
-    kFailed = 0x80090020,           // 2148073504: ended without an answer
-    kBadArguments = 0x80070057,     // 2147942487: unknown keyword, bad arguments
-    kForeignException = 0x80040205, // 2147746309: unexpected internal error
-    kBrokenPipe = 109,              // the parent or the output pipe is gone
-    kNoDisplay = 1114,              // GTK could not start
-};
+using protocol::ResultCode;
+using protocol::kUsageText;
 
-// "success", "cancelled", "failed", "bad arguments", "foreign exception",
-// "broken pipe", "no display", or "unknown" for any other code.
-std::string_view CodeName(std::uint32_t code);
-
-// The text a run without a dialog keyword prints (exit status 1).
-inline constexpr std::string_view kUsageText = "You should not try run this manualy\n";
 
 // What one run of the helper produced, before decoding.
 struct RunResult {
@@ -65,7 +52,7 @@ enum class Outcome {
 
 struct Answer {
     Outcome outcome = Outcome::Malformed;
-    std::uint32_t code = kFailed; // kSuccess when answered; the "ret=" code when refused
+    std::uint32_t code = ResultCode::Failed; // ResultCode::Answered when answered; the "ret=" code when refused
     bool exited = false;
     int exitStatus = -1;
     int termSignal = 0;

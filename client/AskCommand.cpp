@@ -307,7 +307,7 @@ secure::String FormatAnswer(const Answer& answer, std::string_view rawOutput, bo
         }
         break;
     case Outcome::Refused:
-        add("ret=" + std::to_string(answer.code) + " (" + std::string(CodeName(answer.code)) + ")\n");
+        add("ret=" + std::to_string(answer.code) + " (" + std::string(protocol::ResultCodeName(answer.code)) + ")\n");
         break;
     case Outcome::Usage:
         add("usage text: " + Escape(kUsageText) + "\n");

@@ -33,7 +33,7 @@ gboolean cbTimerEvent(gpointer data)
 } // namespace
 
 MessageDialog::MessageDialog(int argc, char** argv)
-    : BaseDialog(kMessageDialogKind, "message_time", "message_show_time", "message_resume_time")
+    : BaseDialog(DialogKind::Message, "message_time", "message_show_time", "message_resume_time")
 {
     int flags = 0;
     if (argc != 4 || argv == nullptr || !StringToInt(argv[2], flags))

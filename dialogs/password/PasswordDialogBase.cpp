@@ -124,7 +124,7 @@ std::string CheckedCaption(const std::string& text)
 } // namespace
 
 PasswordDialogBase::PasswordDialogBase(const PasswordDialogInfo& info)
-    : BaseDialog(3, "passwd_time", "passwd_show_time", "passwd_resume_time"),
+    : BaseDialog(DialogKind::Password, "passwd_time", "passwd_show_time", "passwd_resume_time"),
       m_maxPasswordLength(static_cast<std::int32_t>(info.maxPasswordLength)),
       m_minPasswordLength(static_cast<std::int32_t>(info.minPasswordLength)),
       m_maxNewPasswordLength(static_cast<std::int32_t>(info.maxNewPasswordLength)),

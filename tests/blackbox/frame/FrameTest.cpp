@@ -55,7 +55,7 @@ TEST(Frame, WithoutADisplayTheAnswerIsCode1114)
             sandbox.SetEnv("DISPLAY", display);
         const Answer answer = AskHelper(MessageRequest(130, "No display", display != nullptr), sandbox);
         EXPECT_EQ(answer.outcome, Outcome::Refused);
-        EXPECT_EQ(answer.code, kNoDisplay);
+        EXPECT_EQ(answer.code, ResultCode::GtkInitFailed);
         EXPECT_EQ(answer.exitStatus, 90);
         EXPECT_NE(sandbox.ReadLog().find("gtk_init_check failed"), std::string::npos);
     }

@@ -124,7 +124,7 @@ TEST(PinBlackbox, NineteenArgumentsAreRefused)
     arguments.pop_back();
     const Answer answer = AskHelper(RawRequest(arguments), sandbox);
     EXPECT_EQ(answer.outcome, Outcome::Refused);
-    EXPECT_EQ(answer.code, kBadArguments);
+    EXPECT_EQ(answer.code, ResultCode::BadArgs);
     EXPECT_EQ(answer.exitStatus, 87);
 }
 

@@ -16,7 +16,7 @@ void cbOnProbeOK(GtkWidget*, gpointer data);
 // ending the dialog with 0.
 class ProbeDialog : public BaseDialog {
 public:
-    ProbeDialog() : BaseDialog(3, "probe_time", "probe_show_time", "probe_resume_time")
+    ProbeDialog() : BaseDialog(DialogKind::Password, "probe_time", "probe_show_time", "probe_resume_time")
     {
         gtk_box_pack_end(GTK_BOX(m_mainBox), m_buttonAlignment, FALSE, FALSE, 0);
         g_signal_connect(m_okButton, "clicked", G_CALLBACK(cbOnProbeOK), this);

@@ -37,7 +37,7 @@ TEST(RetText, ExactlyADecimal32BitCodeWithItsName)
         {2147746309u, "foreign exception"}, {109u, "broken pipe"}, {1114u, "no display"}, {110u, "unknown"},
     };
     for (const auto& [code, name] : names)
-        EXPECT_EQ(CodeName(code), name) << code;
+        EXPECT_EQ(xvtui::protocol::ResultCodeName(code), name) << code;
 }
 
 TEST(Decode, MessageAnswersAndProtocolErrors)
@@ -45,15 +45,15 @@ TEST(Decode, MessageAnswersAndProtocolErrors)
     const Decoder decoder = MessageRequest(130, "text").decoder;
     const struct { std::string_view output; int status; Outcome outcome; std::uint32_t code; std::optional<bool> flag; }
         cases[] = {
-            {"XVTUI_dont_show_warning=true", 0, Outcome::Answered, kSuccess, true},
-            {"XVTUI_dont_show_warning=false", 0, Outcome::Answered, kSuccess, false},
-            {"ret=2148532334", 110, Outcome::Refused, kCancelled, {}},
-            {"You should not try run this manualy\n", 1, Outcome::Usage, kFailed, {}},
+            {"XVTUI_dont_show_warning=true", 0, Outcome::Answered, ResultCode::Answered, true},
+            {"XVTUI_dont_show_warning=false", 0, Outcome::Answered, ResultCode::Answered, false},
+            {"ret=2148532334", 110, Outcome::Refused, ResultCode::Cancelled, {}},
+            {"You should not try run this manualy\n", 1, Outcome::Usage, ResultCode::Failed, {}},
             // Anything else breaks the protocol.
-            {"You should not try run this manualy\n", 0, Outcome::Malformed, kFailed, {}},
-            {"XVTUI_dont_show_warning=true\n", 0, Outcome::Malformed, kFailed, {}},
-            {"XVTUI_dont_show_warning=true", 5, Outcome::Malformed, kFailed, {}},
-            {"ret=2148532334XVTUI_dont_show_warning=true", 0, Outcome::Malformed, kFailed, {}},
+            {"You should not try run this manualy\n", 0, Outcome::Malformed, ResultCode::Failed, {}},
+            {"XVTUI_dont_show_warning=true\n", 0, Outcome::Malformed, ResultCode::Failed, {}},
+            {"XVTUI_dont_show_warning=true", 5, Outcome::Malformed, ResultCode::Failed, {}},
+            {"ret=2148532334XVTUI_dont_show_warning=true", 0, Outcome::Malformed, ResultCode::Failed, {}},
         };
     for (const auto& c : cases) {
         SCOPED_TRACE(std::string(c.output) + " / " + std::to_string(c.status));

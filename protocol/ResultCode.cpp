@@ -1,0 +1,27 @@
+#include "protocol/ResultCode.h"
+
+namespace xvtui::protocol {
+
+std::string_view ResultCodeName(std::uint32_t code)
+{
+    switch (code) {
+    case Answered:
+        return "success";
+    case Cancelled:
+        return "cancelled";
+    case Failed:
+        return "failed";
+    case BadArgs:
+        return "bad arguments";
+    case ForeignException:
+        return "foreign exception";
+    case BrokenPipe:
+        return "broken pipe";
+    case GtkInitFailed:
+        return "no display";
+    default:
+        return "unknown";
+    }
+}
+
+} // namespace xvtui::protocol
