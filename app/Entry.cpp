@@ -9,6 +9,8 @@
 #include "app/DialogFactory.h"
 #include "app/xvtui_exception.h"
 #include "base/BaseDialog.h"
+#include "protocol/Pipe.h"
+#include "protocol/ResultCode.h"
 #include "support/torvik.h"
 
 #include <fcntl.h>
@@ -39,58 +41,57 @@ void OpenMissingStandardDescriptors()
     }
 }
 
+// Runs `body` and returns its result code, or the code of the exception it
+// raised, logged: the entry's one catch ladder.
+template <class Body>
+std::uint32_t Guarded(const TSupportPrint* log, Body body)
+{
+    try {
+        return body();
+    } catch (const xvtui_exception& error) {
+        LogError(log, error.what(), __LINE__);
+        return error.GetCode() != ResultCode::Answered ? error.GetCode() : ResultCode::Failed;
+    } catch (const std::exception& error) {
+        LogError(log, error.what(), __LINE__);
+    } catch (...) {
+        LogError(log, "unknown exception", __LINE__);
+    }
+    return ResultCode::ForeignException;
+}
+
 } // namespace
 
-int RunEntry(int argc, char** argv, std::FILE* out)
+int RunEntry(int argc, char** argv)
 {
     OpenMissingStandardDescriptors();
+    const xvtui::protocol::Pipe out = xvtui::protocol::Pipe::Standard();
     TSupportPrint* log = support_print_init(nullptr, "xvtui", 0, 127);
     if (argc < 2 || argv == nullptr || argv[1] == nullptr) {
         // Not started by the provider; the log stays open on purpose (kept
         // reachable, so that leak checkers do not report it).
         [[maybe_unused]] static TSupportPrint* volatile unclosedLog;
         unclosedLog = log;
-        std::fputs("You should not try run this manualy\n", out);
-        std::fflush(out);
+        out.Write(xvtui::protocol::kUsageText);
         return 1;
     }
 
     std::unique_ptr<BaseDialog> dialog;
-    std::uint32_t result = ResultCode::Failed;
-    try {
+    std::uint32_t result = Guarded(log, [&] {
         dialog = DialogFactory::CreateDialog(std::string(argv[1]), argc, argv);
-        result = dialog->ShowDialog();
-    } catch (const xvtui_exception& error) {
-        LogError(log, error.what(), __LINE__);
-        result = error.GetCode();
-    } catch (const std::exception& error) {
-        LogError(log, error.what(), __LINE__);
-        result = ResultCode::ForeignException;
-    } catch (...) {
-        LogError(log, "unknown exception", __LINE__);
-        result = ResultCode::ForeignException;
-    }
+        return dialog->ShowDialog();
+    });
     // Success needs a dialog to answer; an error before one existed cannot be one.
     if (result == ResultCode::Answered && dialog == nullptr)
         result = ResultCode::Failed;
-
     if (result == ResultCode::Answered) {
-        try {
+        result = Guarded(log, [&] {
             dialog->PrintResultToPipe();
-        } catch (const xvtui_exception& error) {
-            LogError(log, error.what(), __LINE__);
-            result = error.GetCode() != ResultCode::Answered ? error.GetCode() : ResultCode::Failed;
-        } catch (const std::exception& error) {
-            LogError(log, error.what(), __LINE__);
-            result = ResultCode::ForeignException;
-        }
-    }
-    if (result != ResultCode::Answered) {
-        std::fprintf(out, "ret=%u", static_cast<unsigned>(result));
+            return static_cast<std::uint32_t>(ResultCode::Answered);
+        });
     }
     // A reader that is gone makes this fail (SIGPIPE is ignored); the status stays.
-    std::fflush(out);
-    std::fflush(stdout);
+    if (result != ResultCode::Answered)
+        out.Write(xvtui::protocol::RetText(result));
     support_print_done(log);
     dialog.reset();
     return static_cast<int>(result);

@@ -1,5 +1,4 @@
 #include <csignal>
-#include <cstdio>
 
 #include "app/Entry.h"
 
@@ -9,5 +8,5 @@ int main(int argc, char** argv)
     // write fails with EPIPE instead of killing the helper, which then exits
     // with its result code as usual.
     std::signal(SIGPIPE, SIG_IGN);
-    return RunEntry(argc, argv, stdout);
+    return RunEntry(argc, argv);
 }

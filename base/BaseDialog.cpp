@@ -1,8 +1,7 @@
 #include "base/BaseDialog.h"
 
 #include <climits>
-#include <cstdio>
-#include <cstdlib>
+#include <optional>
 
 #include <poll.h>
 #include <unistd.h>
@@ -12,6 +11,8 @@
 #include "base/Countdown.h"
 #include "base/GetTimeout.h"
 #include "l10n/Cp1251.h"
+#include "protocol/Number.h"
+#include "protocol/Pipe.h"
 
 #include <X11/Xlib.h>
 
@@ -37,11 +38,8 @@ constexpr unsigned kLabelMargin = 30;
 // answer; the provider gets the answer of a dialog that ended without one.
 int cbOnDisplayLost(Display*)
 {
-    char text[32];
-    const int length = std::snprintf(text, sizeof text, "ret=%u", static_cast<unsigned>(ResultCode::Failed));
-    if (::write(STDOUT_FILENO, text, static_cast<std::size_t>(length)) < 0) {
-        // nobody reads the answer any more: the exit status still tells
-    }
+    // Nobody may read the answer any more: the exit status still tells.
+    xvtui::protocol::Pipe::Standard().Write(xvtui::protocol::RetText(ResultCode::Failed));
     ::_exit(static_cast<int>(ResultCode::Failed & 0xFF));
 }
 
@@ -289,18 +287,9 @@ void BaseDialog::SetWidgetColor(GtkWidget* widget, const std::string& colorName,
 
 bool BaseDialog::StringToInt(const char* text, int& value)
 {
-    if (text == nullptr) {
-        value = -1;
-        return false;
-    }
-    char* end = nullptr;
-    const long number = std::strtol(text, &end, 10);
-    if (*end != '\0') {
-        value = -1;
-        return false;
-    }
-    value = static_cast<int>(number); // low 32 bits
-    return true;
+    const std::optional<std::int32_t> number = xvtui::protocol::ParseWholeNumber(text);
+    value = number.value_or(-1);
+    return number.has_value();
 }
 
 std::string BaseDialog::Displayable(const std::string& text)

@@ -70,9 +70,8 @@ public:
     // Parses a colour name and applies it to the widget's normal state, as
     // foreground or background.
     static void SetWidgetColor(GtkWidget* widget, const std::string& colorName, bool foreground);
-    // Whole-text base-10 conversion (strtol): true and the number (its low 32
-    // bits), or false and -1 when characters remain. "" gives true and 0; a
-    // leading blank or sign is accepted, a trailing blank is not.
+    // The command line's number rule (protocol/Number.h): true and the
+    // number, or false and -1.
     static bool StringToInt(const char* text, int& value);
     // True when the parent is lost: standard output's pipe is in error, or the
     // parent process id differs from the one seen at the first check.
@@ -87,8 +86,6 @@ public:
     void OnCancelClicked();
     bool OnDelete();
     void OnDestroy();
-
-    std::uint32_t GetResult() const { return m_result; }
 
 protected:
     // Localises m_okTerm, m_cancelTerm and m_titleTerm.

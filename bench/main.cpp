@@ -211,7 +211,7 @@ client::Request PinRequest()
     args.maxPasswordLength = "16";
     args.maxNewPasswordLength = "16";
     // Both boxes shown and changeable, unticked.
-    constexpr std::uint32_t box = client::kBoxVisible | client::kBoxChangeable;
+    constexpr std::uint32_t box = xvtui::protocol::CBF_VISIBLE | xvtui::protocol::CBF_CHANGEABLE;
     return client::PinRequest(args, box, box);
 }
 
@@ -291,7 +291,7 @@ void MeasureDialog(const DialogScenario& scenario, const Options& options,
             (!scenario.expectedAnswer.empty() && output != scenario.expectedAnswer))
             throw SampleError(scenario, "unexpected answer to Return (exit status " +
                                             std::to_string(run.exitStatus) + ")");
-    } else if (output != "ret=" + std::to_string(ResultCode::Cancelled)) {
+    } else if (output != xvtui::protocol::RetText(ResultCode::Cancelled)) {
         throw SampleError(scenario, "unexpected answer to Escape");
     }
 

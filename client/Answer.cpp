@@ -3,6 +3,8 @@
 
 #include <limits>
 
+#include "protocol/Answer.h"
+
 namespace xvtui::client {
 
 const Field* Answer::Find(std::string_view key) const
@@ -19,16 +21,16 @@ std::optional<bool> Answer::Flag(std::string_view key) const
     const Field* field = Find(key);
     if (field == nullptr)
         return std::nullopt;
-    if (field->value.view() == "true")
+    if (field->value.view() == protocol::kTrue)
         return true;
-    if (field->value.view() == "false")
+    if (field->value.view() == protocol::kFalse)
         return false;
     return std::nullopt;
 }
 
 std::optional<std::uint32_t> ParseRetText(std::string_view output)
 {
-    constexpr std::string_view prefix = "ret=";
+    constexpr std::string_view prefix = protocol::kRetPrefix;
     if (!output.starts_with(prefix))
         return std::nullopt;
     const std::string_view digits = output.substr(prefix.size());
@@ -62,7 +64,9 @@ Decoder KeyDecoder(std::vector<AnswerKey> keys)
             size_t end = output.size();
             if (expected.kind == ValueKind::Flag) {
                 const std::string_view rest = output.substr(pos);
-                end = pos + (rest.starts_with("true") ? 4 : rest.starts_with("false") ? 5 : 0);
+                end = pos + (rest.starts_with(protocol::kTrue)    ? protocol::kTrue.size()
+                             : rest.starts_with(protocol::kFalse) ? protocol::kFalse.size()
+                                                                  : 0);
                 if (end == pos) {
                     problem = expected.key + " is not followed by true or false";
                     return false;

@@ -1,8 +1,8 @@
 // Answer.h: what the helper said, decoded as the provider reads it.
 //
 // The helper writes exactly one text to its standard output: on success the
-// dialog's keys ("XVTUI_dont_show_warning=true", "XVTUI_passwd=..."), otherwise
-// "ret=" and the decimal result code, and exits with the code's low eight
+// dialog's keys and values (protocol/), otherwise protocol::RetText of the
+// result code, and exits with the code's low eight
 // bits. This file turns the raw output and exit status into an `Answer`. It
 // knows nothing about processes or GTK, so all of it can be tested from
 // strings alone.
@@ -36,7 +36,7 @@ struct RunResult {
 
 // One key of a successful answer, in output order.
 struct Field {
-    std::string key;      // with its "=", e.g. "XVTUI_passwd="
+    std::string key;      // with its "=", e.g. protocol::kPasswdKey
     secure::String value; // the text after the key
     bool secret = false;  // the value is a password or PIN
 };
@@ -59,7 +59,7 @@ struct Answer {
     std::vector<Field> fields;
     std::string problem; // why the outcome is Malformed, or a status mismatch
 
-    // The field with this key ("XVTUI_passwd="), or null.
+    // The field with this key (with its "="), or null.
     const Field* Find(std::string_view key) const;
     // A "true"/"false" field as a bool; nullopt when it is missing.
     std::optional<bool> Flag(std::string_view key) const;

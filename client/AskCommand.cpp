@@ -69,8 +69,8 @@ bool ParseControlWord(const std::string& text, std::uint32_t& out)
 // The control words of the one-entry dialog's two boxes. Unless given, both
 // boxes are shown, changeable and unticked.
 struct PinBoxes {
-    std::uint32_t save = kBoxVisible | kBoxChangeable;
-    std::uint32_t dontCache = kBoxVisible | kBoxChangeable;
+    std::uint32_t save = protocol::CBF_VISIBLE | protocol::CBF_CHANGEABLE;
+    std::uint32_t dontCache = protocol::CBF_VISIBLE | protocol::CBF_CHANGEABLE;
 };
 
 // Reads password options from args[i] on, up to the end; false (and `error`)
@@ -307,7 +307,7 @@ secure::String FormatAnswer(const Answer& answer, std::string_view rawOutput, bo
         }
         break;
     case Outcome::Refused:
-        add("ret=" + std::to_string(answer.code) + " (" + std::string(protocol::ResultCodeName(answer.code)) + ")\n");
+        add(protocol::RetText(answer.code) + " (" + std::string(protocol::ResultCodeName(answer.code)) + ")\n");
         break;
     case Outcome::Usage:
         add("usage text: " + Escape(kUsageText) + "\n");

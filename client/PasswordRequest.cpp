@@ -1,27 +1,14 @@
 // PasswordRequest.cpp: the new-password and password-change requests.
 #include "client/PasswordRequest.h"
 
-#include <cerrno>
-#include <cstdlib>
+#include "protocol/Number.h"
 
 namespace xvtui::client {
 namespace {
 
-// The helper's integer rule: the whole text in base 10, low 32 bits kept; ""
-// is 0. A text the helper would refuse gives nullopt.
-std::optional<std::int32_t> ParseNumber(const std::string& text)
-{
-    errno = 0;
-    char* end = nullptr;
-    const long long value = std::strtoll(text.c_str(), &end, 10);
-    if (end == nullptr || *end != '\0' || errno == ERANGE)
-        return std::nullopt;
-    return static_cast<std::int32_t>(static_cast<std::uint32_t>(value));
-}
-
 std::int32_t LimitOrNone(const std::string& text)
 {
-    return ParseNumber(text).value_or(0);
+    return protocol::ParseWholeNumber(text.c_str()).value_or(0);
 }
 
 std::size_t Utf8Characters(std::string_view bytes)
@@ -55,25 +42,30 @@ Field SecretField(std::string_view key, std::string_view value)
 std::vector<std::string> PasswordArguments(const PasswordRequestArgs& args, bool needPassword,
                                            bool needNewPassword)
 {
-    return {"VTQueryPinEx",
-            args.title,
-            args.header,
-            args.readerName,
-            args.carrierName,
-            args.containerName,
-            args.readerCaption,
-            args.carrierCaption,
-            args.containerCaption,
-            args.passwordTerm,
-            args.newPasswordTerm,
-            args.carrierActive,
-            args.triesLeft,
-            args.maxPasswordLength,
-            args.minPasswordLength,
-            args.maxNewPasswordLength,
-            args.minNewPasswordLength,
-            needPassword ? "1" : "0",
-            needNewPassword ? "1" : "0"};
+    using namespace protocol;
+    // From argv[1] on: every position one less than on the helper's side.
+    std::vector<std::string> arguments(kPasswordArgumentCount - 1);
+    const auto set = [&arguments](int position, std::string value) { arguments[position - 1] = std::move(value); };
+    set(1, std::string(kPasswordKeyword));
+    set(kTitleArgument, args.title);
+    set(kHeaderArgument, args.header);
+    set(kReaderNameArgument, args.readerName);
+    set(kCarrierNameArgument, args.carrierName);
+    set(kContainerNameArgument, args.containerName);
+    set(kReaderCaptionArgument, args.readerCaption);
+    set(kCarrierCaptionArgument, args.carrierCaption);
+    set(kContainerCaptionArgument, args.containerCaption);
+    set(kPasswordTermArgument, args.passwordTerm);
+    set(kNewPasswordTermArgument, args.newPasswordTerm);
+    set(kCarrierActiveArgument, args.carrierActive);
+    set(kTriesLeftArgument, args.triesLeft);
+    set(kMaxPasswordLengthArgument, args.maxPasswordLength);
+    set(kMinPasswordLengthArgument, args.minPasswordLength);
+    set(kMaxNewPasswordLengthArgument, args.maxNewPasswordLength);
+    set(kMinNewPasswordLengthArgument, args.minNewPasswordLength);
+    set(kNeedPasswordArgument, needPassword ? "1" : "0");
+    set(kNeedNewPasswordArgument, needNewPassword ? "1" : "0");
+    return arguments;
 }
 
 Request PinRequest(const PasswordRequestArgs& args, std::uint32_t saveBox, std::uint32_t dontCacheBox)

@@ -7,17 +7,12 @@
 // first gives the one-entry dialog, both the change dialog (current, new,
 // confirmation), only the second the new-password dialog (new,
 // confirmation). The one-entry dialog alone reads standard input: two
-// control words for its two check boxes. The answers:
-//
-//   password/PIN:  "XVTUI_save_passwd=" true|false "XVTUI_dont_cache=" true|false
-//                  "XVTUI_passwd=" PASSWORD
-//   new password:  "XVTUI_passwd=" NEW
-//   change:        "XVTUI_old_passwd=" OLD "XVTUI_passwd=" NEW
-//
-// with no separators, lengths or terminator. The password is always last and
-// runs to the end of the output, so whatever it contains is read whole. The change answer is therefore
-// ambiguous whenever OLD or NEW themselves contain "XVTUI_passwd=": from the
-// bytes alone there is no telling which occurrence of the key starts NEW.
+// control words for its two check boxes. The answers are those of
+// protocol/PasswordRequest.h; the password is always last and runs to the end
+// of the output, so whatever it contains is read whole. The change answer
+// (kOldPasswdKey OLD kPasswdKey NEW) is therefore ambiguous whenever OLD or
+// NEW themselves contain kPasswdKey: from the bytes alone there is no telling
+// which occurrence of the key starts NEW.
 // The decoder here picks, among the occurrences after OLD's key, the last
 // one that leaves both parts within the request's length limits (the helper
 // enforces them, so a split outside them cannot be the real one); with no
@@ -30,6 +25,8 @@
 
 #include "client/Answer.h"
 #include "client/Request.h"
+#include "protocol/CheckBoxWord.h"
+#include "protocol/PasswordRequest.h"
 
 #include <cstdint>
 #include <optional>
@@ -40,19 +37,10 @@
 namespace xvtui::client {
 
 // The answer keys of the password dialogs.
-inline constexpr std::string_view kPasswdKey = "XVTUI_passwd=";
-inline constexpr std::string_view kOldPasswdKey = "XVTUI_old_passwd=";
-inline constexpr std::string_view kSavePasswdKey = "XVTUI_save_passwd=";
-inline constexpr std::string_view kDontCacheKey = "XVTUI_dont_cache=";
-
-// Bits of a check-box control word of the one-entry dialog (only the lowest
-// byte counts). Without kBoxVisible the box is hidden while the dialog is
-// built, and shown again, changeable and unticked, when the window appears.
-enum CheckBoxBits : std::uint32_t {
-    kBoxVisible = 0x1,    // the box is shown
-    kBoxChangeable = 0x2, // the user may toggle it (else it is greyed and fixed)
-    kBoxChecked = 0x4,    // it starts ticked
-};
+using protocol::kDontCacheKey;
+using protocol::kOldPasswdKey;
+using protocol::kPasswdKey;
+using protocol::kSavePasswdKey;
 
 // argv[2] to argv[17] of a "VTQueryPinEx" request. The numbers travel as
 // text, as on the command line, so that malformed ones can be sent on purpose.
@@ -82,7 +70,7 @@ std::vector<std::string> PasswordArguments(const PasswordRequestArgs& args, bool
 
 // The current password or PIN (the one-entry dialog). `saveBox` drives the
 // "Save password in system" box and `dontCacheBox` the "Require password for
-// every operation" box (CheckBoxBits); both go to standard input as 32-bit
+// every operation" box (protocol/CheckBoxWord.h); both go to standard input as 32-bit
 // words in host byte order. The answer has two flags, kSavePasswdKey and
 // kDontCacheKey, and one secret field, kPasswdKey.
 Request PinRequest(const PasswordRequestArgs& args, std::uint32_t saveBox, std::uint32_t dontCacheBox);
@@ -102,8 +90,8 @@ struct PasswordLimits {
     std::int32_t maxNew = 0;
 };
 
-// The limits of a request, its numbers read as the helper reads them (whole
-// decimal text, low 32 bits); a number the helper would refuse counts as none.
+// The limits of a request, its numbers read as the helper reads them
+// (protocol/Number.h); a number the helper would refuse counts as none.
 PasswordLimits LimitsOf(const PasswordRequestArgs& args);
 
 // Where NEW starts in `rest`, the change answer after kOldPasswdKey (OLD, the

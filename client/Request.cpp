@@ -1,14 +1,13 @@
 // Request.cpp: the requests the client knows how to make.
 #include "client/Request.h"
 
-#include <cstring>
 
 namespace xvtui::client {
 
 Request MessageRequest(const std::string& flags, const std::string& text, bool extended)
 {
     Request request;
-    request.arguments = {extended ? "VTDisplayMessageEx" : "VTDisplayMessage", flags, text};
+    request.arguments = {std::string(extended ? protocol::kMessageExKeyword : protocol::kMessageKeyword), flags, text};
     request.decoder = KeyDecoder({{std::string(kDontShowWarningKey), ValueKind::Flag}});
     return request;
 }
@@ -29,13 +28,6 @@ Request RawRequest(std::vector<std::string> arguments)
         return true;
     };
     return request;
-}
-
-void AppendWord(secure::String& input, std::uint32_t word)
-{
-    char bytes[sizeof word];
-    std::memcpy(bytes, &word, sizeof word);
-    input.append(bytes, sizeof bytes);
 }
 
 } // namespace xvtui::client

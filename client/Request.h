@@ -8,6 +8,8 @@
 
 #include "base/secure/SecureString.h"
 #include "client/Answer.h"
+#include "protocol/MessageRequest.h"
+#include "protocol/Word.h"
 
 #include <cstdint>
 #include <string>
@@ -22,14 +24,10 @@ struct Request {
     bool secretAnswer = false;          // the answer may hold a password: never show it raw
 };
 
-// The answer key of the message dialog.
-inline constexpr std::string_view kDontShowWarningKey = "XVTUI_dont_show_warning=";
-
-// Message flags: 0x02 adds Cancel to OK, 0x80 adds the "don't show again" box.
-enum MessageFlags : int {
-    kMessageOkCancel = 0x02,
-    kMessageOldKeysWarning = 0x80,
-};
+// The message dialog's answer key and flags.
+using protocol::kDontShowWarningKey;
+using protocol::kMessageOkCancel;
+using protocol::kMessageOldKeysWarning;
 
 // "VTDisplayMessage" (or "VTDisplayMessageEx" when `extended`) with the flags
 // and the text. The flags are passed as text so that malformed ones can be sent
@@ -41,8 +39,7 @@ Request MessageRequest(int flags, const std::string& text, bool extended = false
 // (key ""). For trying keywords and arguments the client does not model.
 Request RawRequest(std::vector<std::string> arguments);
 
-// Appends a 32-bit word in host byte order, as the helper reads its control
-// words from standard input.
-void AppendWord(secure::String& input, std::uint32_t word);
+// Appends a 32-bit word as the helper reads its control words from standard input.
+using protocol::AppendWord;
 
 } // namespace xvtui::client

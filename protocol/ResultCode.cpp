@@ -24,4 +24,9 @@ std::string_view ResultCodeName(std::uint32_t code)
     }
 }
 
+std::string RetText(std::uint32_t code)
+{
+    return std::string(kRetPrefix) + std::to_string(code);
+}
+
 } // namespace xvtui::protocol

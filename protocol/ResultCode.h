@@ -10,6 +10,7 @@
 #define XVTUI_PROTOCOL_RESULTCODE_H
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 namespace xvtui::protocol {
@@ -37,6 +38,9 @@ std::string_view ResultCodeName(std::uint32_t code);
 
 // The prefix of the text that reports a result other than success.
 inline constexpr std::string_view kRetPrefix = "ret=";
+
+// kRetPrefix and the code in decimal, the whole answer of a run that failed.
+std::string RetText(std::uint32_t code);
 
 // The text a run without a dialog keyword prints (exit status 1).
 inline constexpr std::string_view kUsageText = "You should not try run this manualy\n";

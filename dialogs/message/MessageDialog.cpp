@@ -1,6 +1,7 @@
 #include "dialogs/message/MessageDialog.h"
 
-#include <cstdio>
+#include <optional>
+#include <utility>
 
 #include "app/xvtui_exception.h"
 #include "base/Callback.h"
@@ -32,14 +33,13 @@ gboolean cbTimerEvent(gpointer data)
 
 } // namespace
 
-MessageDialog::MessageDialog(int argc, char** argv)
-    : BaseDialog(DialogKind::Message, "message_time", "message_show_time", "message_resume_time")
+MessageDialog::MessageDialog(int argc, char** argv, const xvtui::protocol::Pipe& pipe)
+    : BaseDialog(DialogKind::Message, "message_time", "message_show_time", "message_resume_time"), m_pipe(pipe)
 {
-    int flags = 0;
-    if (argc != 4 || argv == nullptr || !StringToInt(argv[2], flags))
+    std::optional<xvtui::protocol::MessageRequest> request = xvtui::protocol::ParseMessageRequest(argc, argv);
+    if (!request)
         throw xvtui_exception(ResultCode::BadArgs, "MessageDialog", "Bad args in MessageDialog constructor");
-    m_flags = flags;
-    m_message = argv[3] != nullptr ? argv[3] : "";
+    m_request = std::move(*request);
     MessageGtkInit();
 }
 
@@ -57,10 +57,10 @@ MessageDialog::~MessageDialog()
 
 void MessageDialog::MessageGtkInit()
 {
-    const GtkButtonsType buttons = (m_flags & kOkCancelFlag) != 0 ? GTK_BUTTONS_OK_CANCEL : GTK_BUTTONS_OK;
+    const GtkButtonsType buttons = m_request.OkCancel() ? GTK_BUTTONS_OK_CANCEL : GTK_BUTTONS_OK;
     // "%s": the provider's text is never read as a format.
     m_dialog = gtk_message_dialog_new(GTK_WINDOW(m_window), GTK_DIALOG_DESTROY_WITH_PARENT, GTK_MESSAGE_QUESTION,
-                                      buttons, "%s", Displayable(m_message).c_str());
+                                      buttons, "%s", Displayable(m_request.text).c_str());
     // Cleared by GObject when the dialog is destroyed, whoever destroys it.
     g_object_add_weak_pointer(G_OBJECT(m_dialog), reinterpret_cast<gpointer*>(&m_dialog));
     gtk_widget_set_name(m_dialog, "xvtui-message");
@@ -94,13 +94,13 @@ std::uint32_t MessageDialog::ShowDialog()
 
 void MessageDialog::PrintResultToPipe() const
 {
-    std::fputs("XVTUI_dont_show_warning=", stdout);
-    std::fputs(m_dontShowWarning ? "true" : "false", stdout);
+    // A parent that is gone gets nothing; the exit status still tells.
+    m_pipe.Write(xvtui::protocol::EncodeMessageAnswer(m_dontShowWarning).view());
 }
 
 bool MessageDialog::IsOldKeysWarning() const
 {
-    return (m_flags & kOldKeysWarningFlag) != 0;
+    return m_request.OldKeysWarning();
 }
 
 void MessageDialog::OnResponse(GtkResponseType response)

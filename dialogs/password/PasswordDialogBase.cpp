@@ -1,10 +1,5 @@
 #include "dialogs/password/PasswordDialogBase.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <poll.h>
-#include <unistd.h>
-
 #include <X11/XKBlib.h>
 #include <gdk/gdkkeysyms.h>
 #include <gdk/gdkx.h>
@@ -123,8 +118,9 @@ std::string CheckedCaption(const std::string& text)
 
 } // namespace
 
-PasswordDialogBase::PasswordDialogBase(const PasswordDialogInfo& info)
+PasswordDialogBase::PasswordDialogBase(const PasswordDialogInfo& info, const xvtui::protocol::Pipe& pipe)
     : BaseDialog(DialogKind::Password, "passwd_time", "passwd_show_time", "passwd_resume_time"),
+      m_pipe(pipe),
       m_maxPasswordLength(static_cast<std::int32_t>(info.maxPasswordLength)),
       m_minPasswordLength(static_cast<std::int32_t>(info.minPasswordLength)),
       m_maxNewPasswordLength(static_cast<std::int32_t>(info.maxNewPasswordLength)),
@@ -407,33 +403,4 @@ void PasswordDialogBase::CopyEntryText(GtkWidget* entry, secure::String& target)
     // The entry's text lives in its secure buffer; this reads it in place.
     GtkEntryBuffer* buffer = gtk_entry_get_buffer(GTK_ENTRY(entry));
     target.assign(gtk_entry_buffer_get_text(buffer), gtk_entry_buffer_get_bytes(buffer));
-}
-
-void PasswordDialogBase::WriteSecret(const secure::String& answer)
-{
-    std::fflush(stdout); // anything buffered goes first
-    const char* data = answer.data();
-    std::size_t left = answer.size();
-    while (left > 0) {
-        const ssize_t written = ::write(STDOUT_FILENO, data, left);
-        if (written < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            if (errno == EAGAIN || errno == EWOULDBLOCK) {
-                // The parent made the pipe non-blocking and it is full: wait
-                // for room as a blocking write would.
-                pollfd out{STDOUT_FILENO, POLLOUT, 0};
-                if (::poll(&out, 1, -1) >= 0 && (out.revents & (POLLERR | POLLHUP | POLLNVAL)) == 0) {
-                    continue;
-                }
-                if (errno == EINTR) {
-                    continue;
-                }
-            }
-            return; // EPIPE (SIGPIPE is ignored by main) or another error: the parent is gone
-        }
-        data += written;
-        left -= static_cast<std::size_t>(written);
-    }
 }

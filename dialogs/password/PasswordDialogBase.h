@@ -19,8 +19,9 @@
 //     (GetWarningsBase, AddTriesLeftWarning) and ends with ShowWarnings();
 //   - in IsPasswordTooShort: compares byte lengths with the minimums and sets
 //     m_currentTerm to the word of the short password;
-//   - writes its answer in PrintResultToPipe by composing it in a
-//     secure::String and passing it to WriteSecret.
+//   - writes its answer in PrintResultToPipe: the protocol's encoder
+//     (protocol/PasswordRequest.h) composes it in a secure::String, m_pipe
+//     takes it to the parent.
 //
 // Widget names (gtk_widget_set_name), besides BaseDialog's:
 //   "xvtui-header"             m_headerLabel
@@ -44,6 +45,7 @@
 #include "dialogs/password/PasswordDialogInfo.h"
 #include "dialogs/password/PasswordWarnings.h"
 #include "l10n/LocalizedText.h"
+#include "protocol/Pipe.h"
 
 class PasswordDialogBase : public BaseDialog {
 public:
@@ -51,7 +53,9 @@ public:
 
     // Builds no widget (the pure operations are not callable yet): base part,
     // fields and terms. Also disables core dumps, before any secret is read.
-    explicit PasswordDialogBase(const PasswordDialogInfo& info);
+    // The dialog talks to its parent through `pipe`.
+    explicit PasswordDialogBase(const PasswordDialogInfo& info,
+                                const xvtui::protocol::Pipe& pipe = xvtui::protocol::Pipe::Standard());
     ~PasswordDialogBase() override;
 
     // OK: arms the length check; ends the dialog with 0 unless a password is
@@ -131,11 +135,8 @@ protected:
 
     // The entry's text copied into `target` (wiping what it held).
     static void CopyEntryText(GtkWidget* entry, secure::String& target);
-    // Writes `answer` to standard output with write(2): all of it, across
-    // EINTR and short writes; a closed pipe (EPIPE) or another error just ends
-    // the write. Standard output's stdio buffer is flushed first.
-    static void WriteSecret(const secure::String& answer);
 
+    xvtui::protocol::Pipe m_pipe;
     PasswordWarnings::Queue m_errors;
     std::int32_t m_maxPasswordLength;
     std::int32_t m_minPasswordLength;

@@ -5,15 +5,16 @@
 #include "dialogs/password/PasswordDialogTwoEntry.h"
 
 std::unique_ptr<PasswordDialogBase> PasswordDialogFactory::CreatePasswordDialog(int kind,
-                                                                                const PasswordDialogInfo& info)
+                                                                                const PasswordDialogInfo& info,
+                                                                                const xvtui::protocol::Pipe& pipe)
 {
     switch (kind) {
-    case 1:
-        return std::make_unique<PasswordDialogOneEntry>(info);
-    case 2:
-        return std::make_unique<PasswordDialogTwoEntry>(info);
-    case 3:
-        return std::make_unique<PasswordDialogThreeEntry>(info);
+    case xvtui::protocol::kOneEntryDialog:
+        return std::make_unique<PasswordDialogOneEntry>(info, pipe);
+    case xvtui::protocol::kTwoEntryDialog:
+        return std::make_unique<PasswordDialogTwoEntry>(info, pipe);
+    case xvtui::protocol::kThreeEntryDialog:
+        return std::make_unique<PasswordDialogThreeEntry>(info, pipe);
     default:
         return nullptr;
     }

@@ -1,10 +1,8 @@
 #include "dialogs/password/PasswordDialogOneEntry.h"
 
-#include <unistd.h>
-
 #include "base/Callback.h"
-#include "dialogs/password/CheckBoxControl.h"
 #include "l10n/VtuiLogic.h"
+#include "protocol/PasswordRequest.h"
 
 namespace {
 
@@ -18,10 +16,10 @@ void cbToggleCheckButton(GtkToggleButton* button, gpointer data)
 
 } // namespace
 
-PasswordDialogOneEntry::PasswordDialogOneEntry(const PasswordDialogInfo& info) : PasswordDialogBase(info)
+PasswordDialogOneEntry::PasswordDialogOneEntry(const PasswordDialogInfo& info, const xvtui::protocol::Pipe& pipe)
+    : PasswordDialogBase(info, pipe)
 {
-    m_saveBoxControl = CheckBoxControl::ReadWord(STDIN_FILENO);
-    m_dontCacheBoxControl = CheckBoxControl::ReadWord(STDIN_FILENO);
+    m_boxControls = xvtui::protocol::ReadCheckBoxWords(m_pipe);
     PasswordDialogBaseGtkInit(info.title);
     m_triesLeftText = VtuiLogic::get_tries_warning_string(static_cast<unsigned>(info.triesLeft), m_passwordTerm);
     m_currentTerm = m_passwordTerm;
@@ -57,9 +55,9 @@ void PasswordDialogOneEntry::AddPasswordWidgets()
 void PasswordDialogOneEntry::SetCBState(CheckBoxIds id)
 {
     if (id == CB_SAVE_PASSWORD) {
-        ApplyControlWord(m_savePasswordBox, m_saveBoxControl);
+        ApplyControlWord(m_savePasswordBox, m_boxControls.savePassword);
     } else {
-        ApplyControlWord(m_dontCacheBox, m_dontCacheBoxControl);
+        ApplyControlWord(m_dontCacheBox, m_boxControls.dontCache);
     }
 }
 
@@ -68,9 +66,8 @@ void PasswordDialogOneEntry::ApplyControlWord(GtkWidget* box, std::uint32_t word
     if (box == nullptr) {
         return;
     }
-    // A hidden box comes back with the window's show-all, changeable and
-    // unticked: that is what the parent gets for a word without CBF_VISIBLE.
-    const CheckBoxControl::State state = CheckBoxControl::Decode(word);
+    // A hidden box comes back with the window's show-all (see the decoder).
+    const xvtui::protocol::CheckBoxState state = xvtui::protocol::DecodeCheckBoxWord(word);
     if (state.hide) {
         gtk_widget_hide(box);
         return;
@@ -141,12 +138,7 @@ void PasswordDialogOneEntry::OnOKClicked()
 
 void PasswordDialogOneEntry::PrintResultToPipe() const
 {
-    secure::String answer;
-    answer.append("XVTUI_save_passwd=");
-    answer.append(m_savePassword ? "true" : "false");
-    answer.append("XVTUI_dont_cache=");
-    answer.append(m_dontCache ? "true" : "false");
-    answer.append("XVTUI_passwd=");
-    answer.append(m_password);
-    WriteSecret(answer); // the answer's block is wiped when it goes out of scope
+    // The answer's block is wiped when it goes out of scope; a parent that is
+    // gone gets nothing, the exit status still tells.
+    m_pipe.Write(xvtui::protocol::EncodeOneEntryAnswer(m_savePassword, m_dontCache, m_password.view()).view());
 }

@@ -2,12 +2,10 @@
 // container, with two optional check boxes: save the password in the system,
 // or require it for every operation (mutually exclusive once set up).
 //
-// Before building any widget it reads two control words from standard input
-// (CheckBoxControl.h), one per box. The answer, written only after an
-// accepted OK, is
-//   "XVTUI_save_passwd=" true|false "XVTUI_dont_cache=" true|false
-//   "XVTUI_passwd=" password
-// with no separators; the password runs to the end of the output.
+// Before building any widget it reads two control words from its pipe's input
+// (protocol/CheckBoxWord.h), one per box. Its answer, written only after an
+// accepted OK, is the one-entry answer of protocol/PasswordRequest.h: both
+// boxes' states and the password.
 //
 // Widget names, besides PasswordDialogBase's:
 //   "xvtui-password-table"    the table of the entry and the boxes
@@ -22,13 +20,15 @@
 #include <string>
 
 #include "dialogs/password/PasswordDialogBase.h"
+#include "protocol/CheckBoxWord.h"
 
 class PasswordDialogOneEntry : public PasswordDialogBase {
 public:
     enum CheckBoxIds { CB_SAVE_PASSWORD = 0, CB_DONT_CACHE = 1 };
 
-    // Reads 8 bytes from descriptor 0, then builds the window.
-    explicit PasswordDialogOneEntry(const PasswordDialogInfo& info);
+    // Reads 8 bytes from the pipe's input (standard input), then builds the window.
+    explicit PasswordDialogOneEntry(const PasswordDialogInfo& info,
+                                    const xvtui::protocol::Pipe& pipe = xvtui::protocol::Pipe::Standard());
     ~PasswordDialogOneEntry() override;
 
     void PrintResultToPipe() const override;
@@ -53,8 +53,7 @@ private:
     std::string m_triesLeftText;        // computed once; empty: nothing to say
     bool m_savePassword = false;        // box states at the accepted OK
     bool m_dontCache = false;
-    std::uint32_t m_saveBoxControl = 0;
-    std::uint32_t m_dontCacheBoxControl = 0;
+    xvtui::protocol::CheckBoxWords m_boxControls; // as read from the parent
 };
 
 #endif

@@ -4,6 +4,7 @@
 
 #include "base/Callback.h"
 #include "l10n/VtuiLogic.h"
+#include "protocol/PasswordRequest.h"
 
 namespace {
 
@@ -20,7 +21,9 @@ gboolean cbOnFocusChangedThreeEntry(GtkWidget*, GdkEvent*, gpointer data)
 
 } // namespace
 
-PasswordDialogThreeEntry::PasswordDialogThreeEntry(const PasswordDialogInfo& info) : PasswordDialogBase(info)
+PasswordDialogThreeEntry::PasswordDialogThreeEntry(const PasswordDialogInfo& info,
+                                                   const xvtui::protocol::Pipe& pipe)
+    : PasswordDialogBase(info, pipe)
 {
     PasswordDialogBaseGtkInit(info.title);
     m_triesLeftText = VtuiLogic::get_tries_warning_string(static_cast<unsigned>(info.triesLeft), m_passwordTerm);
@@ -87,10 +90,6 @@ void PasswordDialogThreeEntry::OnFocusChanged()
 
 void PasswordDialogThreeEntry::PrintResultToPipe() const
 {
-    secure::String answer;
-    answer.append("XVTUI_old_passwd=");
-    answer.append(m_currentPassword);
-    answer.append("XVTUI_passwd=");
-    answer.append(m_newPassword);
-    WriteSecret(answer); // the answer's block is wiped when it goes out of scope
+    // The answer's block is wiped when it goes out of scope.
+    m_pipe.Write(xvtui::protocol::EncodeThreeEntryAnswer(m_currentPassword.view(), m_newPassword.view()).view());
 }

@@ -8,9 +8,9 @@
 // warnings of its own; the tries-left warning (a wrong current password
 // before) is shown with the others. The not-secure warning starts with the
 // first focus of the confirmation field. Nothing is read from standard
-// input. The answer, written only after an accepted OK, is
-//   "XVTUI_old_passwd=" current password "XVTUI_passwd=" new password
-// with no separators or terminator (see client/Request.h for reading it back).
+// input. The answer, written only after an accepted OK, is the three-entry
+// answer of protocol/PasswordRequest.h: the current password, then the new
+// one (see client/PasswordRequest.h for reading it back).
 //
 // Widget names, besides PasswordDialogBase's:
 //   "xvtui-password-table"            the current password's table (row 1 empty)
@@ -27,7 +27,8 @@
 
 class PasswordDialogThreeEntry : public PasswordDialogBase {
 public:
-    explicit PasswordDialogThreeEntry(const PasswordDialogInfo& info);
+    explicit PasswordDialogThreeEntry(const PasswordDialogInfo& info,
+                                      const xvtui::protocol::Pipe& pipe = xvtui::protocol::Pipe::Standard());
     ~PasswordDialogThreeEntry() override;
 
     void PrintResultToPipe() const override;
@@ -41,8 +42,6 @@ public:
 
     // First focus-in of the confirmation field; see PasswordDialogTwoEntry.
     void OnFocusChanged();
-
-    bool ConfirmationFocused() const { return m_confirmationFocused; }
 
 private:
     GtkWidget* m_currentPasswordEntry = nullptr;

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "base/Callback.h"
+#include "protocol/PasswordRequest.h"
 
 namespace {
 
@@ -16,7 +17,8 @@ gboolean cbOnFocusChangedTwoEntry(GtkWidget*, GdkEvent*, gpointer data)
 
 } // namespace
 
-PasswordDialogTwoEntry::PasswordDialogTwoEntry(const PasswordDialogInfo& info) : PasswordDialogBase(info)
+PasswordDialogTwoEntry::PasswordDialogTwoEntry(const PasswordDialogInfo& info, const xvtui::protocol::Pipe& pipe)
+    : PasswordDialogBase(info, pipe)
 {
     PasswordDialogBaseGtkInit(info.title);
     // The too-short warning can only ever be about the new secret here.
@@ -65,8 +67,6 @@ void PasswordDialogTwoEntry::OnFocusChanged()
 
 void PasswordDialogTwoEntry::PrintResultToPipe() const
 {
-    secure::String answer;
-    answer.append("XVTUI_passwd=");
-    answer.append(m_newPassword);
-    WriteSecret(answer); // the answer's block is wiped when it goes out of scope
+    // The answer's block is wiped when it goes out of scope.
+    m_pipe.Write(xvtui::protocol::EncodeTwoEntryAnswer(m_newPassword.view()).view());
 }

@@ -6,8 +6,7 @@
 // is checked only once the confirmation field has had the keyboard focus, so
 // that it does not nag while the first field is still being typed. Nothing is
 // read from standard input. The answer, written only after an accepted OK, is
-//   "XVTUI_passwd=" new password
-// with no separator or terminator.
+// the two-entry answer of protocol/PasswordRequest.h: the new password.
 //
 // Widget names, besides PasswordDialogBase's:
 //   "xvtui-new-password-table"        the table of both fields
@@ -20,7 +19,8 @@
 
 class PasswordDialogTwoEntry : public PasswordDialogBase {
 public:
-    explicit PasswordDialogTwoEntry(const PasswordDialogInfo& info);
+    explicit PasswordDialogTwoEntry(const PasswordDialogInfo& info,
+                                    const xvtui::protocol::Pipe& pipe = xvtui::protocol::Pipe::Standard());
     ~PasswordDialogTwoEntry() override;
 
     void PrintResultToPipe() const override;
@@ -33,8 +33,6 @@ public:
     // First focus-in of the confirmation field: from now on the strength of
     // the new password is judged. The flag never goes back.
     void OnFocusChanged();
-
-    bool ConfirmationFocused() const { return m_confirmationFocused; }
 
 private:
     GtkWidget* m_newPasswordEntry = nullptr;

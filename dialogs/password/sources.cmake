@@ -1,5 +1,4 @@
 target_sources(xvtui_core PRIVATE
-    ${CMAKE_CURRENT_LIST_DIR}/CheckBoxControl.cpp
     ${CMAKE_CURRENT_LIST_DIR}/PasswordDialog.cpp
     ${CMAKE_CURRENT_LIST_DIR}/PasswordDialogBase.cpp
     ${CMAKE_CURRENT_LIST_DIR}/PasswordDialogFactory.cpp

@@ -6,19 +6,20 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
+#include <sys/socket.h>
 #include <unistd.h>
 
 #include "base/secure/SecureString.h"
 #include "common/XClient.h"
 #include "dialogs/password/PasswordDialogFactory.h"
 #include "gui/base/GuiSupport.h"
+#include "protocol/Pipe.h"
 
 namespace pwtest {
 
@@ -69,30 +70,17 @@ inline bool RunUntil(const std::function<bool()>& done, unsigned timeoutMs = 500
     return done();
 }
 
-// Runs `body` with descriptor `fd` replaced by `replacement` (which it closes).
-template <class Body>
-void Redirected(int fd, int replacement, Body body)
-{
-    const int saved = dup(fd);
-    dup2(replacement, fd);
-    close(replacement);
-    body();
-    dup2(saved, fd);
-    close(saved);
-}
-
 // One dialog of kind 1 (reading `save` and `dontCache` as its control words
-// from standard input), 2 or 3.
+// from its pipe), 2 or 3, talking to the test over a socketpair.
 class Dialog {
 public:
     Dialog(int kind, const PasswordDialogInfo& info, std::uint32_t save = 3, std::uint32_t dontCache = 3)
     {
         const std::uint32_t words[2] = {save, dontCache};
-        int fds[2];
-        if (pipe(fds) != 0 || write(fds[1], words, sizeof words) != sizeof words)
-            throw std::runtime_error("no pipe for the control words");
-        close(fds[1]);
-        Redirected(STDIN_FILENO, fds[0], [&] { m_dialog = PasswordDialogFactory::CreatePasswordDialog(kind, info); });
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, m_ends) != 0 ||
+            write(m_ends[0], words, sizeof words) != sizeof words || shutdown(m_ends[0], SHUT_WR) != 0)
+            throw std::runtime_error("no socketpair for the control words");
+        m_dialog = PasswordDialogFactory::CreatePasswordDialog(kind, info, xvtui::protocol::Pipe(m_ends[1], m_ends[1]));
         GList* toplevels = gtk_window_list_toplevels();
         for (GList* item = toplevels; item != nullptr; item = item->next)
             if (std::strcmp(gtk_widget_get_name(GTK_WIDGET(item->data)), "xvtui-window") == 0)
@@ -103,6 +91,12 @@ public:
         g_signal_connect(m_window, "destroy", G_CALLBACK(gtk_widget_destroyed), &m_window);
     }
     Dialog(const Dialog&) = delete;
+    ~Dialog()
+    {
+        m_dialog.reset();
+        close(m_ends[0]);
+        close(m_ends[1]);
+    }
 
     // The window while the dialog is open, else null.
     GtkWidget* Window() const { return m_window; }
@@ -130,24 +124,21 @@ public:
             throw std::runtime_error(std::string(entry) + " got no focus");
     }
 
-    // What the dialog writes to standard output, read into secure storage.
+    // What the dialog writes to its pipe, read into secure storage.
     secure::String Answer() const
     {
-        std::fflush(stdout);
-        int fds[2];
-        if (pipe(fds) != 0)
-            throw std::runtime_error("no pipe for the answer");
-        Redirected(STDOUT_FILENO, fds[1], [&] { m_dialog->PrintResultToPipe(); });
+        m_dialog->PrintResultToPipe();
         secure::String answer;
         answer.resize(4096);
-        const ssize_t got = read(fds[0], answer.data(), answer.size()); // all of it: the writer is done
-        close(fds[0]);
+        // All of it: the writer is done.
+        const ssize_t got = recv(m_ends[0], answer.data(), answer.size(), MSG_DONTWAIT);
         answer.resize(got > 0 ? static_cast<std::size_t>(got) : 0);
         return answer;
     }
 
 private:
     GtkWidget* m_window = nullptr; // set to null when the window is destroyed
+    int m_ends[2] = {-1, -1};      // the test's end, the dialog's end
     std::unique_ptr<PasswordDialogBase> m_dialog;
 };
 

@@ -1,14 +1,10 @@
 // The password rules without a window: strength, the warnings, their order in
-// the hint label's three lines, and reading the check-box control words.
+// the hint label's three lines.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-#include <sys/socket.h>
-#include <unistd.h>
-
-#include "dialogs/password/CheckBoxControl.h"
 #include "dialogs/password/PasswordQuality.h"
 #include "dialogs/password/PasswordWarnings.h"
 #include "l10n/VtuiLogic.h"
@@ -72,22 +68,6 @@ TEST(PasswordRules, WarningsWordsAndTriesLeft)
     AddTwoEntryWarnings(errors, EnglishTexts(), "abc", "abc", false, "PIN"); // equal, strength not judged
     AddTriesLeftWarning(errors, VtuiLogic::get_tries_warning_string(0xFFFF, "PIN"));
     EXPECT_TRUE(errors.empty());
-}
-
-// Each read(2) of a packet socket returns one packet: words come in pieces,
-// the second one cut short.
-TEST(PasswordRules, ControlWordReadCompletesShortReadsElseZero)
-{
-    int fds[2];
-    ASSERT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fds), 0);
-    const std::vector<std::vector<unsigned char>> packets = {{0x07}, {0x01, 0x00}, {0x00}, {0x05}, {0x00}};
-    for (const auto& packet : packets)
-        ASSERT_EQ(write(fds[1], packet.data(), packet.size()), static_cast<ssize_t>(packet.size()));
-    close(fds[1]);
-    EXPECT_EQ(CheckBoxControl::ReadWord(fds[0]), 0x107u);
-    EXPECT_EQ(CheckBoxControl::ReadWord(fds[0]), 0u);
-    close(fds[0]);
-    EXPECT_EQ(CheckBoxControl::ReadWord(-1), 0u);
 }
 
 } // namespace
