@@ -7,11 +7,6 @@
 
 #include "l10n/ResourceLookup.h"
 
-namespace {
-// One name for both version fields: the library expects the same pointer twice.
-const wchar_t kUndefinedVersion[] = L"UNDEFINED";
-} // namespace
-
 const std::string CSPLocalizer::UTF8_ENCODING = "UTF-8";
 const std::string CSPLocalizer::CP1251_ENCODING = "CP1251";
 const CSPLocalizer::Encodings CSPLocalizer::aEncodings[3] = {
@@ -26,7 +21,8 @@ std::string CSPLocalizer::m_curEnc;
 bool CSPLocalizer::m_needLocalize = false;
 bool CSPLocalizer::m_localeRecognized = false;
 
-TSupportResourceVersion CSPLocalizer::m_version = {kUndefinedVersion, kUndefinedVersion, {nullptr, nullptr}};
+TSupportResourceVersion CSPLocalizer::m_version = {l10n_detail::kUndefinedVersion, l10n_detail::kUndefinedVersion,
+                                                   {nullptr, nullptr}};
 TSupportResourceCatalog CSPLocalizer::m_catalog = {
     0, &CSPLocalizer::OnceInit, {nullptr, nullptr, nullptr, nullptr, nullptr}, reinterpret_cast<void*>(-1)};
 TSupportResourceTable CSPLocalizer::m_resourceTable = {&CSPLocalizer::m_catalog, &CSPLocalizer::m_version,

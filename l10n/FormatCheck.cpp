@@ -1,5 +1,6 @@
 #include "l10n/FormatCheck.h"
 
+#include <cstdio>
 #include <cstring>
 
 namespace VtuiLogic {
@@ -30,6 +31,33 @@ bool IsSingleConversionFormat(const std::string& format, char conversion)
         ++conversions;
     }
     return conversions == 1;
+}
+
+namespace {
+
+constexpr std::size_t kFormatBufferSize = 512;
+
+template <typename T>
+std::optional<std::string> Format(const std::string& format, char conversion, T value)
+{
+    if (!IsSingleConversionFormat(format, conversion)) {
+        return std::nullopt;
+    }
+    char buffer[kFormatBufferSize] = {};
+    std::snprintf(buffer, sizeof buffer, format.c_str(), value);
+    return std::string(buffer);
+}
+
+} // namespace
+
+std::optional<std::string> FormatOneValue(const std::string& format, const char* value)
+{
+    return Format(format, 's', value != nullptr ? value : "");
+}
+
+std::optional<std::string> FormatOneValue(const std::string& format, int value)
+{
+    return Format(format, 'd', value);
 }
 
 } // namespace VtuiLogic

@@ -15,6 +15,10 @@ namespace l10n_detail {
 // the library is treated as a failed lookup rather than allocated.
 constexpr std::size_t kMaxResourceLength = 1u << 20;
 
+// The version text of both descriptors (neither has a version of its own);
+// one object, so that a descriptor's two version fields hold the same pointer.
+inline constexpr wchar_t kUndefinedVersion[] = L"UNDEFINED";
+
 // Text `id` through `handle` into `out`: 0 on success, otherwise the support
 // library's non-zero code (or TORVIK_ERROR_INVALID_DATA for an absurd length),
 // and `out` is left untouched.

@@ -6,7 +6,6 @@
 #include "l10n/ResourceLookup.h"
 
 namespace {
-const wchar_t kUndefinedVersion[] = L"UNDEFINED";
 
 // Texts of the tries-left warning and their catalogue numbers.
 constexpr unsigned kNoTriesLeftId = 2096;
@@ -18,9 +17,6 @@ const char kWrongSecret[] = "Wrong %s";
 
 constexpr unsigned kNoTriesInformation = 0xFFFF;
 constexpr unsigned kWrongWithoutCount = 0x8000;
-
-// Formatting through a zero-filled buffer of this size keeps at most 511 bytes.
-constexpr std::size_t kFormatBufferSize = 512;
 
 // A catalogue format with exactly the slot `conversion`, else the built-in one.
 std::string CheckedFormat(unsigned id, const char* builtIn, char conversion)
@@ -34,7 +30,8 @@ std::string CheckedFormat(unsigned id, const char* builtIn, char conversion)
 }
 } // namespace
 
-TSupportResourceVersion CSP_VERSION = {kUndefinedVersion, kUndefinedVersion, {nullptr, nullptr}};
+TSupportResourceVersion CSP_VERSION = {l10n_detail::kUndefinedVersion, l10n_detail::kUndefinedVersion,
+                                      {nullptr, nullptr}};
 TSupportResourceCatalog CSP_catalog = {
     0, &CSP_once_init, {nullptr, nullptr, nullptr, nullptr, nullptr}, reinterpret_cast<void*>(-1)};
 TSupportResourceTable CSP_RESOURCE_TABLE = {&CSP_catalog, &CSP_VERSION, {nullptr, nullptr}};
@@ -113,23 +110,13 @@ std::string vtui_get_resource_string_ex(unsigned id, const std::string& fallback
 template <>
 std::string printf_to_string<int>(const std::string& format, int value)
 {
-    if (!IsSingleConversionFormat(format, 'd')) {
-        return std::string();
-    }
-    char buffer[kFormatBufferSize] = {};
-    std::snprintf(buffer, sizeof buffer, format.c_str(), value);
-    return buffer;
+    return FormatOneValue(format, value).value_or(std::string());
 }
 
 template <>
 std::string printf_to_string<const char*>(const std::string& format, const char* value)
 {
-    if (!IsSingleConversionFormat(format, 's')) {
-        return std::string();
-    }
-    char buffer[kFormatBufferSize] = {};
-    std::snprintf(buffer, sizeof buffer, format.c_str(), value != nullptr ? value : "");
-    return buffer;
+    return FormatOneValue(format, value).value_or(std::string());
 }
 
 std::string get_tries_warning_string(unsigned int tries, const std::string& secretName)

@@ -33,10 +33,8 @@ unsigned vtui_get_resource_string(unsigned id, std::string& out);
 // The same lookup; `fallback` on any failure.
 std::string vtui_get_resource_string_ex(unsigned id, const std::string& fallback);
 
-// The format applied to one value through a zero-filled 512-byte buffer: at
-// most 511 bytes are kept. The format must pass IsSingleConversionFormat with
-// 'd' (int) or 's' (const char*); any other format gives "" and is never
-// handed to printf. A null string is formatted as "".
+// FormatOneValue (l10n/FormatCheck.h); a refused format gives "". A null
+// string is formatted as "".
 template <typename T>
 std::string printf_to_string(const std::string& format, T value);
 template <>

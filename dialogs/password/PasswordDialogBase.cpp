@@ -354,6 +354,14 @@ PasswordWarnings::Texts PasswordDialogBase::WarningTexts()
     };
 }
 
+PasswordWarnings::Texts PasswordDialogBase::EnglishWarningTexts()
+{
+    return PasswordWarnings::Texts{
+        m_notEqualTerm.GetEnText(),     m_capsLockTerm.GetEnText(),          m_minLengthTerm.GetEnText(),
+        m_ASCIISymbolsTerm.GetEnText(), m_notSecurePasswordTerm.GetEnText(),
+    };
+}
+
 void PasswordDialogBase::GetWarningsBase(std::string_view password)
 {
     const bool tooShort = m_lengthCheckArmed && IsPasswordTooShort(); // also sets m_currentTerm

@@ -92,8 +92,9 @@ public:
     // `format` (one "%s") filled with `value`, cut at 511 bytes.
     static std::string PrintToString(const std::string& format, const std::string& value);
 
-    // The display texts the warning rules use.
+    // The display texts the warning rules use, and their English forms.
     static PasswordWarnings::Texts WarningTexts();
+    static PasswordWarnings::Texts EnglishWarningTexts();
 
     // The Caps Lock state as the dialogs believe it, process-wide.
     static bool m_capsLockIsOn;

@@ -1,7 +1,6 @@
 #include "dialogs/password/PasswordWarnings.h"
 
 #include <climits>
-#include <cstdio>
 
 #include "base/secure/SecureString.h"
 #include "dialogs/password/PasswordQuality.h"
@@ -10,25 +9,9 @@
 
 namespace PasswordWarnings {
 
-Texts EnglishTexts()
-{
-    return Texts{
-        "Input and confirmation do not match",
-        "Caps Lock button is on",
-        "Entered %s is too short",
-        "Entered %s contains not ASCII symbols",
-        "Entered %s is not secure",
-    };
-}
-
 std::string PrintToString(const std::string& format, const std::string& value)
 {
-    if (!VtuiLogic::IsSingleConversionFormat(format, 's')) {
-        return format;
-    }
-    char buffer[512] = {};
-    std::snprintf(buffer, sizeof buffer, format.c_str(), value.c_str());
-    return buffer;
+    return VtuiLogic::FormatOneValue(format, value.c_str()).value_or(format);
 }
 
 bool HasNotASCIISymbols(std::string_view text)

@@ -46,13 +46,8 @@ struct Texts {
     std::string notSecure;       // m_notSecurePasswordTerm, "%s": new-password word
 };
 
-// The built-in English texts.
-Texts EnglishTexts();
-
-// `format` with its one "%s" replaced by `value`, through a zero-filled
-// 512-byte buffer: at most 511 bytes are kept. A format that is not exactly
-// one plain "%s" (and "%%") is returned unformatted; it is never given to
-// printf.
+// `format` with its one "%s" replaced by `value` (FormatOneValue of
+// l10n/FormatCheck.h); a format it refuses is returned unformatted.
 std::string PrintToString(const std::string& format, const std::string& value);
 
 // True when `text`, decoded as UTF-8, has fewer wide characters than bytes:

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "dialogs/password/PasswordDialogBase.h"
 #include "dialogs/password/PasswordQuality.h"
 #include "dialogs/password/PasswordWarnings.h"
 #include "l10n/VtuiLogic.h"
@@ -12,6 +13,11 @@
 namespace {
 
 using namespace PasswordWarnings;
+
+Texts EnglishTexts()
+{
+    return PasswordDialogBase::EnglishWarningTexts();
+}
 
 // Shannon entropy of the bytes, at least 2.0 bits to pass.
 TEST(PasswordRules, EntropyRule)
