@@ -2,7 +2,7 @@
 // see, the texts as shown and a dialog destroyed while it runs.
 #include <string>
 
-#include "GuiSupport.h"
+#include "gui/base/GuiSupport.h"
 #include "app/xvtui_exception.h"
 #include "dialogs/message/MessageDialog.h"
 

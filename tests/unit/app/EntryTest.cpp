@@ -1,26 +1,17 @@
-// StringToInt and the entry with a closed standard output: parts of the frame
-// that need no display (its answers are pinned by the black-box tests).
+// The entry with a closed standard output (its answers are pinned by the
+// black-box tests).
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <string>
 
+#include <unistd.h>
+
 #include "app/Entry.h"
-#include "base/BaseDialog.h"
 #include "common/Sandbox.h"
 #include "common/UnitKit.h"
 
 namespace {
-
-// The adapter of the number rule (its table is in tests/unit/protocol).
-TEST(StringToInt, MinusOneWhenRefused)
-{
-    int value = 12345;
-    EXPECT_FALSE(BaseDialog::StringToInt("12x", value));
-    EXPECT_EQ(value, -1);
-    EXPECT_TRUE(BaseDialog::StringToInt("", value));
-    EXPECT_EQ(value, 0);
-}
 
 // A closed standard output is not taken over by the log: "ret=" never lands there.
 TEST(Entry, ClosedStandardOutputKeepsTheAnswerOutOfTheLog)
