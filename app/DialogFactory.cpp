@@ -4,6 +4,7 @@
 #include "base/BaseDialog.h"
 #include "dialogs/message/MessageDialog.h"
 #include "dialogs/password/PasswordDialog.h"
+#include "dialogs/rndm/RndmDialog.h"
 
 namespace {
 
@@ -19,13 +20,19 @@ std::unique_ptr<BaseDialog> CreateMessageDialog(int argc, char** argv)
     return std::make_unique<MessageDialog>(argc, argv);
 }
 
-// In the order the provider's keywords are tried. "VTSelectReader",
-// "VTSelectContainer" and "VTRndmBio" join this table when their dialogs
+std::unique_ptr<BaseDialog> CreateRndmDialog(int, char**)
+{
+    return std::make_unique<RndmDialog>();
+}
+
+// In the order the provider's keywords are tried. "VTSelectReader" and
+// "VTSelectContainer" join this table when their dialogs
 // are built; until then they are unknown.
 constexpr Keyword kKeywords[] = {
     {"VTQueryPinEx", PasswordDialog::CreatePasswordDialog},
     {"VTDisplayMessage", CreateMessageDialog},
     {"VTDisplayMessageEx", CreateMessageDialog},
+    {"VTRndmBio", CreateRndmDialog},
 };
 
 } // namespace
