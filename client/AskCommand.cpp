@@ -3,6 +3,7 @@
 
 #include "client/HelperProcess.h"
 #include "client/PasswordRequest.h"
+#include "client/RandomParent.h"
 
 #include <cctype>
 #include <cerrno>
@@ -126,6 +127,8 @@ std::string AskUsageText()
            "  change-password [PASSWORD OPTIONS]\n"
            "                                    the current password, a new one and its\n"
            "                                    confirmation\n"
+           "  random [--units N]                random data from mouse motion and keys,\n"
+           "                                    one unit per accepted event (default 200)\n"
            "password options (each takes a value, sent as given):\n"
            "  --title --header --reader --carrier --container --reader-caption\n"
            "  --carrier-caption --container-caption --term WORD --new-term WORD\n"
@@ -217,6 +220,20 @@ std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, 
             return std::nullopt;
         command.request =
             kind == "new-password" ? NewPasswordRequest(password) : ChangePasswordRequest(password);
+    } else if (kind == "random") {
+        std::uint64_t units = 200;
+        for (; i < args.size(); ++i) {
+            const std::string* text = args[i] == "--units" ? value("--units") : nullptr;
+            char* end = nullptr;
+            if (text != nullptr && !text->empty() && std::isdigit(static_cast<unsigned char>((*text)[0])))
+                units = std::strtoull(text->c_str(), &end, 10);
+            if (text == nullptr || end == nullptr || *end != '\0' || units == 0 || units > 1000000) {
+                error = "random takes only --units N, 1 to 1000000";
+                return std::nullopt;
+            }
+        }
+        command.request = RandomRequest();
+        command.randomUnits = units;
     } else if (kind == "raw") {
         // Without a keyword the helper is run with none, which it refuses.
         command.request = RawRequest(std::vector<std::string>(args.begin() + static_cast<long>(i),

@@ -8,6 +8,8 @@
 //                                       control words of its two check boxes
 //     new-password [PASSWORD OPTIONS]   a new password, twice (VTQueryPinEx)
 //     change-password [PASSWORD OPTIONS] the current password and a new one, twice
+//     random [--units N]                random data from mouse and keys
+//                                       (VTRndmBio), N units (default 200)
 //   PASSWORD OPTIONS: --title, --header, --reader, --carrier, --container,
 //     --reader-caption, --carrier-caption, --container-caption, --term,
 //     --new-term, --carrier-active, --tries, --max, --min, --max-new, --min-new,
@@ -21,6 +23,7 @@
 #include "client/Request.h"
 
 #include <chrono>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -34,6 +37,9 @@ struct AskCommand {
     bool reveal = false; // print secret values instead of their length
     bool help = false;
     Request request;
+    // random: the units to gather; the tool then plays the parent's part
+    // of the conversation (client/RandomParent.h).
+    std::optional<std::uint64_t> randomUnits;
 };
 
 // The tool's exit codes.

@@ -290,7 +290,8 @@ HelperProcess::HelperProcess(const Request& request, const LaunchOptions& option
             break;
         m_inputWritten += static_cast<size_t>(n);
     }
-    CloseInput();
+    if (!options.conversation)
+        CloseInput();
 }
 
 HelperProcess::~HelperProcess()
@@ -351,6 +352,64 @@ bool HelperProcess::WaitForExit(std::chrono::milliseconds timeout)
             throw SystemError("poll");
         return ready > 0;
     }
+}
+
+bool HelperProcess::Send(std::string_view bytes, std::chrono::milliseconds timeout)
+{
+    const Deadline deadline = Clock::now() + timeout;
+    const auto writeAll = [&](std::string_view data) {
+        while (!data.empty()) {
+            if (m_inFd < 0)
+                return false;
+            const ssize_t n = WriteWithoutSigpipe(m_inFd, data.data(), data.size());
+            if (n > 0) {
+                data.remove_prefix(static_cast<size_t>(n));
+                continue;
+            }
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n < 0 && errno != EAGAIN)
+                return false; // the helper has gone: nobody reads its input
+            pollfd fd{m_inFd, POLLOUT, 0};
+            const int ready = poll(&fd, 1, PollTimeout(deadline));
+            if (ready == 0)
+                return false;
+            if (ready < 0 && errno != EINTR)
+                throw SystemError("poll");
+        }
+        return true;
+    };
+    if (!writeAll(m_input.view().substr(m_inputWritten)))
+        return false;
+    m_inputWritten = m_input.size();
+    return writeAll(bytes);
+}
+
+size_t HelperProcess::Receive(void* buffer, size_t size, std::chrono::milliseconds timeout)
+{
+    const Deadline deadline = Clock::now() + timeout;
+    auto* bytes = static_cast<char*>(buffer);
+    size_t got = 0;
+    while (got < size && m_outFd >= 0) {
+        const ssize_t n = read(m_outFd, bytes + got, size - got);
+        if (n > 0) {
+            got += static_cast<size_t>(n);
+            continue;
+        }
+        if (n == 0)
+            break; // the helper closed its output: it has ended
+        if (errno == EINTR)
+            continue;
+        if (errno != EAGAIN)
+            break;
+        pollfd fd{m_outFd, POLLIN, 0};
+        const int ready = poll(&fd, 1, PollTimeout(deadline));
+        if (ready == 0)
+            break;
+        if (ready < 0 && errno != EINTR)
+            throw SystemError("poll");
+    }
+    return got;
 }
 
 RunResult HelperProcess::Finish(std::optional<std::chrono::milliseconds> timeout)

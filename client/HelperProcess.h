@@ -6,6 +6,10 @@
 // request's input is written at start and the pipe closed; the answer is read
 // to its end (at most `maxOutput` bytes) and the exit status collected.
 //
+// In conversation mode the input stays open after the request's input, so
+// that the caller can talk with a helper that reads and writes while it runs
+// (the random-data dialog): Send, Receive, and EndInput when done.
+//
 // `Ask` does all of it in one call. `HelperProcess` splits it so that a test
 // can act on the running dialog between start and finish, and can run the
 // helper under an intermediate parent process that it kills, to see what the
@@ -19,6 +23,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <sys/types.h>
 #include <vector>
 
@@ -39,6 +44,8 @@ struct LaunchOptions {
     // so that the helper, orphaned by KillIntermediate(), is re-parented to it
     // and its exit status can still be collected.
     bool intermediateParent = false;
+    // Keep the helper's input open after the request's input (see above).
+    bool conversation = false;
     size_t maxOutput = 1024 * 1024;
 };
 
@@ -68,6 +75,17 @@ public:
     // Waits up to `timeout` for the helper to end, without collecting it or
     // its answer; true when it has ended. Finish still has to be called.
     bool WaitForExit(std::chrono::milliseconds timeout);
+
+    // Conversation mode. Writes the rest of the request's input, then `bytes`;
+    // false when the helper's input is closed or gone, or `timeout` passes
+    // first (part of `bytes` may then have been written).
+    bool Send(std::string_view bytes, std::chrono::milliseconds timeout);
+    // Reads until `size` bytes have arrived, the helper's output ends or
+    // `timeout` passes; returns how many arrived. What the helper writes is
+    // read here or by Finish, never twice.
+    size_t Receive(void* buffer, size_t size, std::chrono::milliseconds timeout);
+    // Closes the helper's input, as the end of the conversation.
+    void EndInput() { CloseInput(); }
 
     // Writes the rest of the input, reads the answer and waits for the helper
     // to end. Past `timeout` the helper is killed and the result is marked

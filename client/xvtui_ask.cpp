@@ -2,6 +2,7 @@
 // the decoded answer. See AskCommand.h for the command line.
 #include "client/AskCommand.h"
 #include "client/HelperProcess.h"
+#include "client/RandomParent.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -47,7 +48,12 @@ int main(int argc, char** argv)
     try {
         LaunchOptions options;
         options.helper = ChooseHelper(command->helper, std::getenv("XVTUI_HELPER"), SelfExecutable());
-        const RunResult run = Run(command->request, options, command->timeout);
+        std::string note;
+        const RunResult run = command->randomUnits
+                                  ? RunRandomDemo(*command->randomUnits, options, command->timeout, note)
+                                  : Run(command->request, options, command->timeout);
+        if (!note.empty() && !WriteAll(STDOUT_FILENO, note + "\n"))
+            throw ClientError(std::string("cannot write the answer: ") + std::strerror(errno));
         const Answer answer = Decode(run, command->request.decoder);
         const secure::String text =
             FormatAnswer(answer, run.output.view(), command->request.secretAnswer, command->reveal);

@@ -234,6 +234,12 @@ void XClient::ClickCenter(const Rect& rect)
     XSync(m_dpy, False);
 }
 
+void XClient::MovePointer(int x, int y)
+{
+    XTestFakeMotionEvent(m_dpy, -1, x, y, CurrentTime);
+    XFlush(m_dpy);
+}
+
 void XClient::SendDeleteWindow(Window window)
 {
     XEvent event{};

@@ -49,6 +49,8 @@ public:
     // Presses and releases a key by keysym name ("Return", "Tab", "Caps_Lock").
     void PressKey(const std::string& keysymName);
     void ClickCenter(const Rect& rect);
+    // Moves the pointer to (x, y) of the root window: one motion event.
+    void MovePointer(int x, int y);
     // A window manager's close button: WM_PROTOCOLS / WM_DELETE_WINDOW.
     void SendDeleteWindow(XWindow window);
     bool CapsLockOn();

@@ -1,0 +1,167 @@
+// The random-data dialog seen from its parent: real pointer motion and key
+// presses through XTest, the test playing the parent's side step by step.
+#include "client/RandomParent.h"
+#include "common/Blackbox.h"
+
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace {
+
+using namespace testkit;
+using namespace xvtui::client;
+using xvtui::protocol::StepKind;
+
+constexpr std::uint64_t kMotion = static_cast<std::uint64_t>(StepKind::Motion);
+constexpr std::uint64_t kKey = static_cast<std::uint64_t>(StepKind::Key);
+constexpr Millis kStepTimeout = 10s;
+
+// The helper on screen, its window focused, the test as its parent.
+struct Options {
+    bool intermediateParent = false;
+    std::optional<long long> bioTime = std::nullopt; // the "bio_time" setting
+};
+
+struct RandomDialog {
+    explicit RandomDialog(Options options = Options())
+        : session(Launch(sandbox, options), StateRecord{}),
+          window(x.WaitForWindow(session.Process().Pid(), kWindowTimeout))
+    {
+        if (window == kNoWindow)
+            throw std::runtime_error("the helper showed no window");
+        x.Focus(window);
+        origin = x.Geometry(window);
+    }
+
+    static LaunchOptions Launch(Sandbox& sandbox, const Options& options)
+    {
+        if (options.bioTime)
+            sandbox.SetLocal("bio_time", *options.bioTime);
+        return HelperOptions(sandbox, options.intermediateParent);
+    }
+
+    // Moves the pointer to (dx, dy) of the window.
+    void MoveTo(int dx, int dy) { x.MovePointer(origin.x + dx, origin.y + dy); }
+    StepEvent Step()
+    {
+        const std::optional<StepEvent> step = session.NextStep(kStepTimeout);
+        if (!step)
+            throw std::runtime_error("no step message came");
+        return *step;
+    }
+    void Reply(std::uint32_t status = 0) { ASSERT_TRUE(session.Reply(status, session.State(), kStepTimeout)); }
+
+    Sandbox sandbox;
+    XClient x;
+    RandomSession session;
+    XWindow window;
+    Rect origin;
+};
+
+TEST(Random, MotionSendsWindowCoordinatesAndKeysSendZeros)
+{
+    RandomDialog dialog;
+    dialog.MoveTo(100, 150);
+    const StepEvent motion = dialog.Step();
+    EXPECT_EQ(motion.kind, kMotion);
+    EXPECT_EQ(motion.x, 100);
+    EXPECT_EQ(motion.y, 150);
+    EXPECT_NE(motion.time, 0u);
+    dialog.Reply();
+
+    dialog.x.PressKey("a");
+    const StepEvent key = dialog.Step();
+    EXPECT_EQ(key, (StepEvent{kKey, key.time, 0, 0}));
+    EXPECT_GE(key.time, motion.time);
+    dialog.Reply();
+
+    dialog.MoveTo(101, 150);
+    EXPECT_EQ(dialog.Step().x, 101);
+}
+
+// The same key twice in a row gives nothing the second time: A, A, B, A sends
+// three key steps; the motion after them shows there was no fourth.
+TEST(Random, RepeatedKeyIsSentOnce)
+{
+    RandomDialog dialog;
+    for (const char* key : {"a", "a", "b", "a"})
+        dialog.x.PressKey(key);
+    dialog.MoveTo(10, 20);
+    std::vector<std::uint64_t> kinds;
+    for (int i = 0; i < 4; ++i) {
+        kinds.push_back(dialog.Step().kind);
+        dialog.Reply();
+    }
+    EXPECT_EQ(kinds, (std::vector<std::uint64_t>{kKey, kKey, kKey, kMotion}));
+}
+
+TEST(Random, NonZeroStatusEndsWithSuccessAndNoText)
+{
+    RandomDialog dialog;
+    dialog.MoveTo(30, 40);
+    dialog.Step();
+    dialog.Reply(1);
+    const RunResult run = dialog.session.Finish(kAnswerTimeout);
+    EXPECT_TRUE(run.exited);
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(run.output.view(), "");
+}
+
+// The Cancel button's handler raises the bad-arguments error on purpose;
+// the pointer's way to it is served as steps.
+TEST(Random, CancelButtonEndsWithBadArguments)
+{
+    RandomDialog dialog;
+    ClickButton(-1)(dialog.x, dialog.window);
+    const RunResult run = dialog.session.Serve([](const StepEvent&, StateRecord&) { return 0u; }, kAnswerTimeout);
+    EXPECT_EQ(run.output.view(), "ret=2147942487");
+    EXPECT_EQ(run.exitStatus, 87);
+}
+
+// Closing the window and the time-out cancel as in every dialog; "bio_..."
+// are the dialog's time-out settings.
+TEST(Random, CloseAndTimeOutCancel)
+{
+    for (const bool timeOut : {false, true}) {
+        SCOPED_TRACE(timeOut ? "bio_time 1" : "window closed");
+        RandomDialog dialog({.bioTime = timeOut ? std::optional(1LL) : std::nullopt});
+        if (!timeOut)
+            dialog.x.SendDeleteWindow(dialog.window);
+        const RunResult run = dialog.session.Finish(kAnswerTimeout);
+        EXPECT_EQ(run.output.view(), "ret=2148532334");
+        EXPECT_EQ(run.exitStatus, 110);
+    }
+}
+
+// A parent that dies while the helper waits for its reply, its pipes still
+// open elsewhere: the helper does not hang in the read but ends with 109.
+TEST(Random, ParentDyingDuringAStepEndsWithBrokenPipe)
+{
+    RandomDialog dialog({.intermediateParent = true});
+    dialog.MoveTo(50, 60);
+    dialog.Step();
+    dialog.session.Process().KillIntermediate();
+    EXPECT_TRUE(dialog.session.Process().WaitForExit(2s));
+    const RunResult run = dialog.session.Finish(kAnswerTimeout);
+    EXPECT_EQ(run.output.view(), "ret=109");
+    EXPECT_EQ(run.exitStatus, 109);
+    EXPECT_NE(dialog.sandbox.ReadLog().find("broken pipe"), std::string::npos);
+}
+
+// A parent that closes the helper's input: every step gets an empty reply at
+// once, so the window stays alive and can still be closed.
+TEST(Random, ClosedInputNeverFreezesTheWindow)
+{
+    RandomDialog dialog;
+    dialog.session.Process().EndInput();
+    for (int i = 0; i < 3; ++i) {
+        dialog.MoveTo(70 + i, 80);
+        EXPECT_EQ(dialog.Step().x, 70 + i);
+    }
+    dialog.x.SendDeleteWindow(dialog.window);
+    const RunResult run = dialog.session.Finish(kAnswerTimeout);
+    EXPECT_EQ(run.output.view(), "ret=2148532334");
+}
+
+} // namespace
