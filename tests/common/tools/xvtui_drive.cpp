@@ -34,6 +34,7 @@ int Usage(const std::string& problem)
                  "  --key NAME            press a key by keysym name (Return, Escape, Tab, space)\n"
                  "  --type TEXT           type UTF-8 text\n"
                  "  --click-button N      click button N of the bottom row (0 leftmost, -1 rightmost)\n"
+                 "  --move X,Y            move the pointer to X,Y of the window\n"
                  "  --close               ask the window to close (WM_DELETE_WINDOW)\n"
                  "  --caps                print \"caps-lock on\" or \"caps-lock off\"\n"
                  "Exit status: 0 done, 1 no window or an action failed, 2 bad usage.\n",
@@ -55,7 +56,7 @@ int main(int argc, char** argv)
     // Each option, and whether it takes a value.
     const std::map<std::string, bool> options = {
         {"--pid", true}, {"--child-of", true}, {"--display", true}, {"--timeout", true},
-        {"--screenshot", true}, {"--key", true}, {"--type", true}, {"--click-button", true},
+        {"--screenshot", true}, {"--key", true}, {"--type", true}, {"--click-button", true}, {"--move", true},
         {"--wait-paint", false}, {"--close", false}, {"--caps", false}};
     long pid = -1;
     bool childOf = false;
@@ -110,6 +111,14 @@ int main(int argc, char** argv)
                 x.PressKey(value);
             } else if (action == "--type") {
                 x.TypeText(value);
+            } else if (action == "--move") {
+                const size_t comma = value.find(',');
+                long dx = 0, dy = 0;
+                if (comma == std::string::npos || !ToInt(value.substr(0, comma), dx) ||
+                    !ToInt(value.substr(comma + 1), dy))
+                    throw std::runtime_error("--move needs X,Y");
+                const testkit::Rect at = x.Geometry(window);
+                x.MovePointer(at.x + static_cast<int>(dx), at.y + static_cast<int>(dy));
             } else if (action == "--close") {
                 x.SendDeleteWindow(window);
             } else if (action == "--caps") {
