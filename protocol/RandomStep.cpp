@@ -139,10 +139,14 @@ bool SendStep(const Pipe& pipe, const StepEvent& event)
 std::uint32_t ReceiveReply(const Pipe& pipe, StateRecord& state, unsigned char* privateBlock,
                            std::chrono::milliseconds interval, const KeepWaiting& keepWaiting)
 {
+    // Status and record in one read where the parent wrote them at once.
+    std::array<unsigned char, kStepReplySize> reply;
+    const std::size_t got = ReadWatched(pipe, reply.data(), reply.size(), interval, keepWaiting);
     std::uint32_t status = 0;
-    if (ReadWatched(pipe, &status, sizeof status, interval, keepWaiting) != sizeof status)
-        status = 0;
-    ReadWatched(pipe, state.Data(), kStateRecordSize, interval, keepWaiting);
+    if (got >= sizeof status)
+        std::memcpy(&status, reply.data(), sizeof status);
+    if (got > sizeof status)
+        std::memcpy(state.Data(), reply.data() + sizeof status, got - sizeof status);
     state.AttachPrivateBlock(privateBlock);
     return status;
 }

@@ -33,6 +33,14 @@ constexpr int kLabelMargin = 30;
 // Direction prompts show only while the parent's counter is above this.
 constexpr std::uint32_t kPromptCounterFloor = 2;
 
+// A label's text, changed only when it differs: setting a label re-lays the
+// window out, and a step comes with every motion event.
+void ShowText(GtkWidget* label, const std::string& text)
+{
+    if (text != gtk_label_get_text(GTK_LABEL(label)))
+        gtk_label_set_text(GTK_LABEL(label), text.c_str());
+}
+
 gboolean cbOnMotionNotify(GtkWidget*, GdkEventMotion* event, gpointer data)
 {
     return callback::ForwardEvent<RndmDialog>("cbOnMotionNotify", data, event, &RndmDialog::OnMotionNotify);
@@ -166,8 +174,12 @@ void RndmDialog::ShowProgress()
     // gathered than needed shows full, needed 0 with nothing gathered (not a
     // number) leaves the bar as it was.
     const double fraction = m_record.Fraction();
-    if (m_progressBar != nullptr && !std::isnan(fraction))
-        gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(m_progressBar), std::clamp(fraction, 0.0, 1.0));
+    if (m_progressBar == nullptr || std::isnan(fraction))
+        return;
+    GtkProgressBar* bar = GTK_PROGRESS_BAR(m_progressBar);
+    const double shown = std::clamp(fraction, 0.0, 1.0);
+    if (shown != gtk_progress_bar_get_fraction(bar)) // unchanged: no redraw
+        gtk_progress_bar_set_fraction(bar, shown);
 }
 
 bool RndmDialog::Step(const StepEvent& event)
@@ -198,9 +210,9 @@ bool RndmDialog::OnMotionNotify(GdkEventMotion& event)
             prompt = m_mouseLeftTerm.GetText();
     } else if (xvtui::protocol::AnnouncedMark(block) != 0) {
         m_actionText = m_addActionTerm.GetText();
-        gtk_label_set_text(GTK_LABEL(m_actionLabel), m_actionText.c_str());
+        ShowText(m_actionLabel, m_actionText);
     }
-    gtk_label_set_text(GTK_LABEL(m_promptLabel), prompt.c_str());
+    ShowText(m_promptLabel, prompt);
     return false;
 }
 
