@@ -37,8 +37,8 @@ Request RandomRequest()
     return request;
 }
 
-RandomSession::RandomSession(const LaunchOptions& options, const StateRecord& initial)
-    : m_process(RandomRequest(), Conversing(options)), m_state(initial)
+RandomSession::RandomSession(const LaunchOptions& options, const StateRecord& initial, const Request& request)
+    : m_process(request, Conversing(options)), m_state(initial)
 {
     const auto& bytes = initial.Raw();
     // A helper that is gone already shows in its answer.

@@ -38,8 +38,10 @@ using StepHandler = std::function<std::uint32_t(const StepEvent& event, StateRec
 class RandomSession {
 public:
     // Starts the helper (conversation mode is forced) and sends `initial`.
-    // Throws ClientError when it cannot start.
-    RandomSession(const LaunchOptions& options, const StateRecord& initial);
+    // Throws ClientError when it cannot start. `request` may name another
+    // program that speaks the exchange (a benchmark's reference client).
+    RandomSession(const LaunchOptions& options, const StateRecord& initial,
+                  const Request& request = RandomRequest());
 
     HelperProcess& Process() { return m_process; }
     // The record as last sent (by Serve: as the handler left it).
