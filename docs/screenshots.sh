@@ -87,3 +87,9 @@ shot pin-ru.png ru_RU.UTF-8 pin \
     --term "PIN-код" --tries 2 --min 4 --save-box 7 --dont-cache-box 3
 shot message.png C.UTF-8 message -- \
     --flags 130 "Old keys were found on this key carrier. They still work, but should be replaced soon."
+# The random-data dialog, served by xvtui-ask: 24 moves to the right gather a
+# third of 60 units, so the bar has moved and a right move is asked for.
+moves=()
+for i in $(seq 1 24); do moves+=(--move "$((120 + i * 8)),$((150 + i % 2))"); done
+shot random.png C.UTF-8 random "${moves[@]}" -- --units 60
+shot random-ru.png ru_RU.UTF-8 random "${moves[@]}" -- --units 60

