@@ -9,8 +9,8 @@
  *
  * A GTK message dialog runs modally (gtk_dialog_run, 50 ms after gtk_main
  * starts) over the base window, which stays hidden. OK gives result 0 and the
- * answer of the check box's state (protocol/MessageRequest.h); Cancel, closing and the
- * time-out give ResultCode::Cancelled. Only "message_time" counts here, and
+ * answer of the check box's state (protocol/MessageRequest.h); Cancel,
+ * closing and the time-out give ResultCode::Cancelled. Only "message_time" counts here, and
  * its own timer decrements before testing: 0 never times out. The answer goes
  * to the pipe handed in (standard output unless a test hands in another).
  *
