@@ -50,7 +50,8 @@ std::uint32_t Guarded(const TSupportPrint* log, Body body)
         return body();
     } catch (const xvtui_exception& error) {
         LogError(log, error.what(), __LINE__);
-        return error.GetCode() != ResultCode::Answered ? error.GetCode() : ResultCode::Failed;
+        // A code of 0 claims success: the caller decides whether it can be one.
+        return error.GetCode();
     } catch (const std::exception& error) {
         LogError(log, error.what(), __LINE__);
     } catch (...) {
@@ -84,10 +85,15 @@ int RunEntry(int argc, char** argv)
     if (result == ResultCode::Answered && dialog == nullptr)
         result = ResultCode::Failed;
     if (result == ResultCode::Answered) {
+        bool printed = false;
         result = Guarded(log, [&] {
             dialog->PrintResultToPipe();
+            printed = true;
             return static_cast<std::uint32_t>(ResultCode::Answered);
         });
+        // An error while answering that claims success still lost the answer.
+        if (result == ResultCode::Answered && !printed)
+            result = ResultCode::Failed;
     }
     // A reader that is gone makes this fail (SIGPIPE is ignored); the status stays.
     if (result != ResultCode::Answered)
