@@ -5,6 +5,7 @@
 #include "dialogs/message/MessageDialog.h"
 #include "dialogs/password/PasswordDialog.h"
 #include "dialogs/rndm/RndmDialog.h"
+#include "dialogs/select/SelectReaderDialog.h"
 
 namespace {
 
@@ -25,11 +26,17 @@ std::unique_ptr<BaseDialog> CreateRndmDialog(int, char**)
     return std::make_unique<RndmDialog>();
 }
 
-// In the order the provider's keywords are tried. "VTSelectReader" and
-// "VTSelectContainer" join this table when their dialogs
+std::unique_ptr<BaseDialog> CreateSelectReaderDialog(int argc, char** argv)
+{
+    return std::make_unique<SelectReaderDialog>(argc, argv);
+}
+
+// In the order the provider's keywords are tried. "VTSelectContainer" joins
+// this table when its dialog
 // are built; until then they are unknown.
 constexpr Keyword kKeywords[] = {
     {"VTQueryPinEx", PasswordDialog::CreatePasswordDialog},
+    {"VTSelectReader", CreateSelectReaderDialog},
     {"VTDisplayMessage", CreateMessageDialog},
     {"VTDisplayMessageEx", CreateMessageDialog},
     {"VTRndmBio", CreateRndmDialog},
