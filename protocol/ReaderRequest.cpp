@@ -24,8 +24,8 @@ constexpr option kLongOptions[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-constexpr std::string_view kNameKey = "name=";
-constexpr std::string_view kAppletKey = ";applet=";
+constexpr std::string_view kNameKey = kReaderNameKey;
+constexpr std::string_view kAppletKey = kReaderAppletKey;
 
 // getopt keeps its position in globals: 0 makes glibc start over from
 // argv[1], forgetting a half-read argument of an earlier parse.

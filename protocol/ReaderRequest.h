@@ -24,6 +24,9 @@
 namespace xvtui::protocol {
 
 inline constexpr std::string_view kReaderKeyword = "VTSelectReader";
+// The answer's two keys; the second one's ';' separates it from the reader.
+inline constexpr std::string_view kReaderNameKey = "name=";
+inline constexpr std::string_view kReaderAppletKey = ";applet=";
 
 // One reader. Arguments that end early leave a reader without applets or
 // the last applet without its description: `descriptions` may be shorter

@@ -5,6 +5,8 @@
 #include "l10n/Cp1251.h"
 #include "l10n/VtuiLogic.h"
 
+#include <gdk/gdkkeysyms.h>
+
 LocalizedText SelectReaderDialog::m_selectReaderTerm{"Select reader to create container",
                                                      CP1251_TEXT("Выберите считыватель для создания контейнера")};
 LocalizedText SelectReaderDialog::m_appletTypeTerm{"Applet type:", CP1251_TEXT("Вид приложения:")};
@@ -36,6 +38,13 @@ void cbOnReaderChanged(GtkItem* item, gpointer data)
         dialog.SetReaderIndex(static_cast<unsigned>(index));
         dialog.OnReaderChanged();
     });
+}
+
+// Keys pressed on a list item, before the window moves the focus.
+gboolean cbOnKeyPressed(GtkWidget*, GdkEventKey* event, gpointer data)
+{
+    return callback::ForwardEvent<SelectReaderDialog>("cbOnKeyPressed", data, event,
+                                                      &SelectReaderDialog::OnListKeyPressed);
 }
 
 void cbOnAppletChanged(GtkComboBox*, gpointer data)
@@ -141,6 +150,24 @@ void SelectReaderDialog::AddReadersListBox()
         gtk_widget_show(item);
     }
     gtk_box_pack_start(GTK_BOX(m_mainBox), m_readersList, TRUE, TRUE, kListPadding);
+    g_signal_connect(m_readersList, "key-press-event", G_CALLBACK(cbOnKeyPressed), this);
+}
+
+bool SelectReaderDialog::OnListKeyPressed(const GdkEventKey& key)
+{
+    // The list would hand the focus, and with it the selection, from item
+    // to item on Tab: Tab leaves it instead, with the choice the arrow keys
+    // made, for the next (or, backwards, the last) widget of the window.
+    const bool forward = key.keyval == GDK_Tab || key.keyval == GDK_KP_Tab;
+    if (!forward && key.keyval != GDK_ISO_Left_Tab)
+        return false;
+    if (!forward)
+        gtk_widget_grab_focus(m_cancelButton);
+    else if (gtk_widget_get_sensitive(m_appletCombo))
+        gtk_widget_grab_focus(m_appletCombo);
+    else
+        gtk_widget_grab_focus(m_descriptionView);
+    return true;
 }
 
 void SelectReaderDialog::AddAppletsWidgets()
@@ -169,6 +196,7 @@ void SelectReaderDialog::AddAppletTextBox()
     const std::string description = Displayable(DescriptionOf(0, 0));
     gtk_text_buffer_set_text(m_descriptionBuffer, description.c_str(), -1);
     GtkWidget* view = gtk_text_view_new_with_buffer(m_descriptionBuffer);
+    m_descriptionView = view;
     g_object_unref(m_descriptionBuffer); // the view holds it from here on
     gtk_widget_set_name(view, "xvtui-description");
     gtk_text_view_set_wrap_mode(GTK_TEXT_VIEW(view), GTK_WRAP_WORD);

@@ -61,6 +61,8 @@ public:
     void OnReaderChanged();
     void OnAppletChanged();
     void OnOKClicked();
+    // Tab and Shift+Tab on the list; true when the key was used.
+    bool OnListKeyPressed(const GdkEventKey& key);
 
 private:
     void ParseArgs(int argc, char** argv);
@@ -83,6 +85,7 @@ private:
     GtkWidget* m_readersList = nullptr; // null once destroyed
     GtkWidget* m_appletCombo = nullptr; // null once destroyed
     GtkTextBuffer* m_descriptionBuffer = nullptr;
+    GtkWidget* m_descriptionView = nullptr;
     std::vector<SelectReaderItem> m_readers;
     // "0", "1", ...: the list items point into these, so they never move.
     std::deque<std::string> m_readerIndexTexts;

@@ -162,6 +162,27 @@ Window XClient::WaitForWindow(const std::function<bool(pid_t)>& matches, Millis 
     }
 }
 
+Window XClient::WaitForPopup(Millis timeout)
+{
+    const auto deadline = Clock::now() + timeout;
+    for (;;) {
+        {
+            ErrorTrap trap(m_dpy);
+            for (Window w : Children(m_dpy, m_root)) {
+                XWindowAttributes attrs;
+                if (Viewable(m_dpy, w, attrs) && attrs.override_redirect && attrs.c_class == InputOutput)
+                    return w;
+            }
+        }
+        XEvent event;
+        do {
+            if (!WaitReadable(m_dpy, deadline))
+                return kNoWindow;
+            XNextEvent(m_dpy, &event);
+        } while (event.type != MapNotify);
+    }
+}
+
 void XClient::Focus(Window window)
 {
     {
@@ -292,6 +313,34 @@ std::vector<Rect> XClient::ButtonWindows(Window window)
     return found;
 }
 
+std::vector<Rect> XClient::LeafWindows(Window window)
+{
+    std::vector<Rect> found;
+    ErrorTrap trap(m_dpy);
+    std::vector<Window> pending = Children(m_dpy, window);
+    while (!pending.empty()) {
+        const Window w = pending.back();
+        pending.pop_back();
+        XWindowAttributes attrs;
+        if (!Viewable(m_dpy, w, attrs) || attrs.c_class == InputOnly)
+            continue;
+        bool leaf = true;
+        for (const Window child : Children(m_dpy, w)) {
+            XWindowAttributes childAttrs;
+            if (Viewable(m_dpy, child, childAttrs) && childAttrs.c_class != InputOnly) {
+                leaf = false;
+                pending.push_back(child);
+            }
+        }
+        if (leaf && attrs.width > 1 && attrs.height > 1)
+            found.push_back(RootRect(m_dpy, w, attrs));
+    }
+    std::sort(found.begin(), found.end(), [](const Rect& a, const Rect& b) {
+        return a.y != b.y ? a.y < b.y : a.x < b.x;
+    });
+    return found;
+}
+
 std::vector<Rect> XClient::BottomButtonRow(Window window)
 {
     const auto centerY = [](const Rect& r) { return r.y + r.height / 2; };
@@ -359,6 +408,21 @@ bool XClient::Uniform(Window window, Rect area)
             uniform = XGetPixel(image, x, y) == XGetPixel(image, 0, 0);
     XDestroyImage(image);
     return uniform;
+}
+
+std::vector<unsigned long> XClient::Pixels(Window window, Rect area)
+{
+    const Rect size = Geometry(window);
+    area.width = std::min(area.width, size.width - area.x);
+    area.height = std::min(area.height, size.height - area.y);
+    XImage* image = Image(window, area);
+    std::vector<unsigned long> pixels;
+    pixels.reserve(static_cast<size_t>(area.width) * static_cast<size_t>(area.height));
+    for (int y = 0; y < area.height; ++y)
+        for (int x = 0; x < area.width; ++x)
+            pixels.push_back(XGetPixel(image, x, y));
+    XDestroyImage(image);
+    return pixels;
 }
 
 void XClient::Screenshot(Window window, const std::string& pngPath)

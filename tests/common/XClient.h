@@ -41,6 +41,10 @@ public:
     XWindow WaitForWindow(pid_t pid, Millis timeout);
     XWindow WaitForWindow(const std::function<bool(pid_t)>& matches, Millis timeout);
 
+    // The first viewable override-redirect top-level window (a drop-down's
+    // menu, a tooltip), waiting for one until the deadline; kNoWindow then.
+    XWindow WaitForPopup(Millis timeout);
+
     // Gives `window` the keyboard focus as a window manager would.
     void Focus(XWindow window);
     // Types UTF-8 text; characters the keymap lacks (Cyrillic) go on spare
@@ -60,6 +64,10 @@ public:
     // the event windows of buttons, check boxes and selectable labels, real X
     // windows only when the process runs with GDK_NATIVE_WINDOWS=1.
     std::vector<Rect> ButtonWindows(XWindow window);
+    // Viewable InputOutput descendants without InputOutput children, larger
+    // than a pixel, top to bottom: the items of a list, the text of a text
+    // view (GDK_NATIVE_WINDOWS=1 again).
+    std::vector<Rect> LeafWindows(XWindow window);
     // The lowest row of ButtonWindows (a dialog's action area), left to right.
     std::vector<Rect> BottomButtonRow(XWindow window);
 
@@ -70,6 +78,9 @@ public:
     // True when `area` of the window (window coordinates, cut to the window)
     // holds a single colour.
     bool Uniform(XWindow window, Rect area);
+    // The pixel values of `area` of the window (window coordinates, cut to
+    // the window), row by row: to compare what two windows show.
+    std::vector<unsigned long> Pixels(XWindow window, Rect area);
 
     void Sync();
 

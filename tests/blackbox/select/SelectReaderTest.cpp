@@ -1,0 +1,202 @@
+// The reader selection as the provider sees it: the built helper started
+// with reader options, driven with real clicks and keys, its answer read
+// back byte for byte.
+#include "client/ReaderRequest.h"
+#include "common/Blackbox.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace testkit;
+using namespace xvtui::client;
+using Clock = std::chrono::steady_clock;
+
+constexpr std::string_view kCancelled = "ret=2148532334";
+
+const std::vector<ReaderItem> kThreeReaders = {
+    {{"A", "B"}, {"DA", "DB"}, "R1"},
+    {{"C", "D", "E"}, {"DC", "DD", "DE"}, "R2"},
+    {{"F"}, {"DF"}, "R3"},
+};
+
+Request Raw(std::vector<std::string> options)
+{
+    options.insert(options.begin(), {"VTSelectReader", ""});
+    return RawRequest(std::move(options));
+}
+
+// Clicks the list's item `index` (the list items are the topmost leaf windows).
+Act ClickReader(size_t index)
+{
+    return [index](XClient& x, XWindow window) {
+        const std::vector<Rect> leaves = x.LeafWindows(window);
+        ASSERT_GT(leaves.size(), index);
+        x.ClickCenter(leaves[index]);
+    };
+}
+// Opens the drop-down (the one clickable above the buttons) and clicks its
+// entry `index`.
+Act ChooseApplet(size_t index)
+{
+    return [index](XClient& x, XWindow window) {
+        ClickBox(0)(x, window);
+        const XWindow menu = x.WaitForPopup(kWindowTimeout);
+        ASSERT_NE(menu, kNoWindow);
+        ASSERT_TRUE(x.WaitForPaint(menu, kWindowTimeout));
+        const std::vector<Rect> entries = x.ButtonWindows(menu);
+        ASSERT_GT(entries.size(), index);
+        x.ClickCenter(entries[index]);
+    };
+}
+const Act kOk = ClickButton(0), kCancel = ClickButton(1);
+
+Act Keys(std::vector<std::string> keys)
+{
+    return [keys](XClient& x, XWindow) {
+        for (const std::string& key : keys)
+            x.PressKey(key);
+    };
+}
+
+// From OK, the focused button at start, back to the list, whose last item
+// takes the focus and the selection.
+const Act kToTheList = Keys({"ISO_Left_Tab", "ISO_Left_Tab", "ISO_Left_Tab"});
+
+TEST(SelectReaderBlackbox, AnswersTheChosenReaderAndApplet)
+{
+    const std::string no(kCancelled);
+    const struct {
+        const char* what;
+        Request request;
+        std::vector<Act> acts;
+        std::string output;
+    } cases[] = {
+        {"one reader, Enter", Raw({"-name", "R", "-applet", "A", "-desc", "D"}), {Press("Return")},
+         "name=R;applet=A"},
+        {"spellings mixed, second reader clicked",
+         Raw({"--name=R", "-a", "A", "-d=D", "-n", "S", "-applet", "B", "--desc", "E"}), {ClickReader(1), kOk},
+         "name=S;applet=B"},
+        {"arguments end after a name", Raw({"-name", "R"}), {kOk}, "name=R;applet="},
+        {"arguments end after an applet", Raw({"-name", "R", "-applet", "A"}), {kOk}, "name=R;applet=A"},
+        {"stops at an unknown option", Raw({"-name", "R", "-applet", "A", "-desc", "D", "-x", "-name", "S"}),
+         {ClickReader(1), kOk}, "name=R;applet=A"},
+        {"names pass unescaped", SelectReaderRequest("", {{{"x;applet=y"}, {"="}, "a=b;applet=c"}}),
+         {Press("Return")}, "name=a=b;applet=c;applet=x;applet=y"},
+        {"clicks: reader, drop-down, OK", SelectReaderRequest("Pick one", kThreeReaders),
+         {ClickReader(1), ChooseApplet(2), kOk}, "name=R2;applet=E"},
+        {"clicks: back to the first applet", SelectReaderRequest("", kThreeReaders),
+         {ChooseApplet(1), ChooseApplet(0), kOk}, "name=R1;applet=A"},
+        {"clicks: there and back", SelectReaderRequest("", kThreeReaders),
+         {ClickReader(1), ClickReader(2), ClickReader(0), kOk}, "name=R1;applet=A"},
+        {"keys: list, drop-down, Enter", SelectReaderRequest("", kThreeReaders),
+         {kToTheList, Keys({"Up", "Tab", "Down", "Down", "Tab", "Tab", "Return"})}, "name=R2;applet=E"},
+        {"keys: down and up again", SelectReaderRequest("", kThreeReaders),
+         {kToTheList, Keys({"Up", "Up", "Down", "Tab", "Down", "Tab", "Tab", "space"})}, "name=R2;applet=D"},
+        {"keys: Shift+Tab leaves the list for Cancel", SelectReaderRequest("", kThreeReaders),
+         {kToTheList, Keys({"Up", "ISO_Left_Tab", "Return"})}, no},
+        {"Cancel", SelectReaderRequest("", kThreeReaders), {ClickReader(1), kCancel}, no},
+        {"closed", SelectReaderRequest("", kThreeReaders), {Close()}, no},
+        // No readers: OK does nothing, Enter reaches the focused Cancel.
+        {"no readers: OK, then closed", Raw({}), {kOk, Close()}, no},
+        {"no readers: OK, then Cancel", Raw({}), {kOk, kCancel}, no},
+        {"no readers: Enter", Raw({}), {Press("Return")}, no},
+        {"applet before a name: no readers", Raw({"-applet", "A", "-name", "R"}), {kOk, Close()}, no},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        Sandbox sandbox;
+        const Reply run = Drive(c.request, c.acts, sandbox);
+        EXPECT_EQ(run.output, c.output);
+        const bool cancelled = c.output == no;
+        EXPECT_EQ(run.answer.exitStatus, cancelled ? 110 : 0);
+        EXPECT_EQ(run.answer.outcome, cancelled ? Outcome::Refused : Outcome::Answered) << run.answer.problem;
+    }
+}
+
+// The reader list decodes into the reader and applet fields.
+TEST(SelectReaderBlackbox, TheClientReadsReaderAndApplet)
+{
+    Sandbox sandbox;
+    const Reply run = Drive(SelectReaderRequest("", kThreeReaders), {ClickReader(2), kOk}, sandbox);
+    ASSERT_EQ(run.answer.outcome, Outcome::Answered) << run.answer.problem;
+    ASSERT_EQ(run.answer.fields.size(), 2u);
+    EXPECT_EQ(run.answer.fields[0].key + std::string(run.answer.fields[0].value.view()), "name=R3");
+    EXPECT_EQ(run.answer.fields[1].key + std::string(run.answer.fields[1].value.view()), "applet=F");
+}
+
+TEST(SelectReaderBlackbox, NoReadersShowThePromptInASmallWindow)
+{
+    XClient x;
+    Sandbox sandbox;
+    ShownDialog dialog(Raw({}), sandbox, x);
+    const Rect size = x.Geometry(dialog.Win());
+    EXPECT_EQ(size.width, 410);
+    EXPECT_EQ(size.height, 140);
+    x.SendDeleteWindow(dialog.Win());
+    dialog.Finish();
+    EXPECT_EQ(dialog.Output(), kCancelled);
+}
+
+TEST(SelectReaderBlackbox, WithoutAPromptArgumentIsRefused)
+{
+    XClient x; // the dialog's base starts GTK before it reads its arguments
+    Sandbox sandbox;
+    const Answer answer = AskHelper(RawRequest({"VTSelectReader"}), sandbox);
+    EXPECT_EQ(answer.outcome, Outcome::Refused);
+    EXPECT_EQ(answer.code, ResultCode::BadArgs);
+    EXPECT_EQ(answer.exitStatus, 87);
+    EXPECT_NE(sandbox.ReadLog().find("Error in function: ParseArgs(...) : Can not create SelectReaderDialog\n"),
+              std::string::npos)
+        << sandbox.ReadLog();
+}
+
+// The prompt's bytes are shown as they came, whatever the locale: its pixels
+// are the same in English and Russian, while the buttons below change.
+TEST(SelectReaderBlackbox, APromptIsShownAsGivenInEveryLocale)
+{
+    const std::string prompt = "\xd0\x92\xd1\x8b\xd0\xb1\xd0\xb5\xd1\x80\xd0\xb8\xd1\x82\xd0\xb5 \xc2\xab"
+                               "Token\xc2\xbb \xe2\x84\x96" "2"; // "Выберите «Token» №2"
+    struct Seen {
+        std::vector<unsigned long> prompt, buttons;
+    };
+    const auto look = [&](const std::string& locale, const std::string& text) {
+        Sandbox sandbox;
+        sandbox.SetEnv("LC_ALL", locale);
+        sandbox.SetEnv("LANG", locale);
+        XClient x;
+        ShownDialog dialog(SelectReaderRequest(text, kThreeReaders), sandbox, x);
+        EXPECT_TRUE(x.WaitForPaint(dialog.Win(), kWindowTimeout));
+        const Rect size = x.Geometry(dialog.Win());
+        const std::vector<Rect> row = x.BottomButtonRow(dialog.Win());
+        Seen seen{x.Pixels(dialog.Win(), {0, 0, size.width, 55}),
+                  x.Pixels(dialog.Win(), {0, row.front().y - size.y, size.width, row.front().height})};
+        x.SendDeleteWindow(dialog.Win());
+        dialog.Finish();
+        EXPECT_EQ(dialog.Output(), kCancelled);
+        return seen;
+    };
+    const Seen english = look("C.UTF-8", prompt), russian = look("ru_RU.UTF-8", prompt);
+    const Seen builtIn = look("C.UTF-8", "");
+    EXPECT_TRUE(english.prompt == russian.prompt);
+    EXPECT_FALSE(english.buttons == russian.buttons) << "the Russian locale was not in effect";
+    EXPECT_FALSE(english.prompt == builtIn.prompt);
+}
+
+// "selcar_time" 0 cancels at the first tick of the one-second timer.
+TEST(SelectReaderBlackbox, ZeroTimeCancels)
+{
+    Sandbox sandbox;
+    sandbox.SetLocal("selcar_time", 0);
+    XClient x;
+    ShownDialog dialog(SelectReaderRequest("", kThreeReaders), sandbox, x);
+    const auto took = RunsFor(dialog);
+    EXPECT_EQ(dialog.Finish().exitStatus, 110);
+    EXPECT_EQ(dialog.Output(), kCancelled);
+    EXPECT_LT(took, 3s);
+}
+
+} // namespace
