@@ -4,6 +4,7 @@
 #include "client/HelperProcess.h"
 #include "client/PasswordRequest.h"
 #include "client/RandomParent.h"
+#include "client/ReaderRequest.h"
 
 #include <cctype>
 #include <cerrno>
@@ -129,6 +130,11 @@ std::string AskUsageText()
            "                                    confirmation\n"
            "  random [--units N]                random data from mouse motion and keys,\n"
            "                                    one unit per accepted event (default 200)\n"
+           "  reader [--prompt TEXT] (--reader NAME [--applet TYPE:DESCRIPTION]...)...\n"
+           "  reader [--prompt TEXT] --file PATH\n"
+           "                                    a reader and one of its applet types; the\n"
+           "                                    file holds blocks of a reader name line and\n"
+           "                                    TYPE:DESCRIPTION lines, a blank line between\n"
            "password options (each takes a value, sent as given):\n"
            "  --title --header --reader --carrier --container --reader-caption\n"
            "  --carrier-caption --container-caption --term WORD --new-term WORD\n"
@@ -234,6 +240,11 @@ std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, 
         }
         command.request = RandomRequest();
         command.randomUnits = units;
+    } else if (kind == "reader") {
+        std::optional<Request> request = ParseReaderCommand(args, i, error);
+        if (!request)
+            return std::nullopt;
+        command.request = std::move(*request);
     } else if (kind == "raw") {
         // Without a keyword the helper is run with none, which it refuses.
         command.request = RawRequest(std::vector<std::string>(args.begin() + static_cast<long>(i),

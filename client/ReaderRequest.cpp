@@ -1,6 +1,7 @@
 // ReaderRequest.cpp: the reader selection request and its answer.
 #include "client/ReaderRequest.h"
 
+#include <fstream>
 #include <sstream>
 
 namespace xvtui::client {
@@ -68,6 +69,55 @@ bool ParseReaderFile(const std::string& text, std::vector<ReaderItem>& readers, 
         return false;
     }
     return true;
+}
+
+std::optional<Request> ParseReaderCommand(const std::vector<std::string>& args, size_t i, std::string& error)
+{
+    std::string prompt;
+    std::vector<ReaderItem> readers;
+    for (; i < args.size(); ++i) {
+        const std::string& option = args[i];
+        if (option != "--prompt" && option != "--reader" && option != "--applet" && option != "--file") {
+            error = "unknown reader option " + option;
+            return std::nullopt;
+        }
+        if (i + 1 >= args.size()) {
+            error = option + " needs a value";
+            return std::nullopt;
+        }
+        const std::string& value = args[++i];
+        if (option == "--prompt") {
+            prompt = value;
+        } else if (option == "--reader") {
+            readers.push_back({});
+            readers.back().name = value;
+        } else if (option == "--applet") {
+            if (readers.empty()) {
+                error = "--applet needs a --reader before it";
+                return std::nullopt;
+            }
+            AddApplet(readers.back(), value);
+        } else {
+            std::ifstream file(value, std::ios::binary);
+            std::ostringstream text;
+            text << file.rdbuf();
+            if (!file) {
+                error = "cannot read the reader file " + value;
+                return std::nullopt;
+            }
+            if (!ParseReaderFile(text.str(), readers, error))
+                return std::nullopt;
+        }
+    }
+    if (readers.empty()) {
+        error = "reader needs a --reader or a --file";
+        return std::nullopt;
+    }
+    if (std::string problem = ReaderRequestProblem(prompt, readers); !problem.empty()) {
+        error = problem;
+        return std::nullopt;
+    }
+    return SelectReaderRequest(prompt, readers);
 }
 
 } // namespace xvtui::client

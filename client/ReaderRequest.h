@@ -8,6 +8,7 @@
 #include "client/Request.h"
 #include "protocol/ReaderRequest.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -35,5 +36,12 @@ bool ParseReaderFile(const std::string& text, std::vector<ReaderItem>& readers, 
 
 // "TYPE:DESCRIPTION" as one more applet type of `reader`.
 void AddApplet(ReaderItem& reader, const std::string& typeAndDescription);
+
+// xvtui-ask's "reader" options from args[i] on: --prompt TEXT, then
+// --reader NAME each followed by its --applet TYPE:DESCRIPTION options, or
+// --file PATH (a reader file). Nothing, and `error`, on an unknown option, a
+// missing value, an applet before any reader, an unreadable file, no reader,
+// or a request the helper would read otherwise (ReaderRequestProblem).
+std::optional<Request> ParseReaderCommand(const std::vector<std::string>& args, size_t i, std::string& error);
 
 } // namespace xvtui::client
