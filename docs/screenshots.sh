@@ -93,3 +93,16 @@ moves=()
 for i in $(seq 1 24); do moves+=(--move "$((120 + i * 8)),$((150 + i % 2))"); done
 shot random.png C.UTF-8 random "${moves[@]}" -- --units 60
 shot random-ru.png ru_RU.UTF-8 random "${moves[@]}" -- --units 60
+# The reader selection as it opens: the first reader and its first applet
+# type chosen.
+shot reader.png C.UTF-8 reader -- \
+    --prompt "Select the reader for the new key container" \
+    --reader "Token 4F2A1C" --applet "FKN:Functional key carrier: the keys never leave the token, signatures are made on it." \
+    --applet "PKCS:Keys stored as PKCS#11 objects." \
+    --reader "Reader 0" --applet "PKCS:Keys stored as PKCS#11 objects."
+shot reader-ru.png ru_RU.UTF-8 reader -- \
+    --prompt "Выберите считыватель для нового контейнера ключей" \
+    --reader "Токен 4F2A1C" --applet "ФКН:Функциональный ключевой носитель: ключи не покидают токен, подпись вычисляется на нём." \
+    --applet "PKCS:Ключи хранятся как объекты PKCS#11." \
+    --reader "Считыватель 0" --applet "PKCS:Ключи хранятся как объекты PKCS#11."
+shot reader-empty.png C.UTF-8 raw -- VTSelectReader ""
