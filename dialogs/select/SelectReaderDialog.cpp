@@ -161,12 +161,11 @@ bool SelectReaderDialog::OnListKeyPressed(const GdkEventKey& key)
     const bool forward = key.keyval == GDK_Tab || key.keyval == GDK_KP_Tab;
     if (!forward && key.keyval != GDK_ISO_Left_Tab)
         return false;
+    // As Tab would enter them: the drop-down focuses its inner button.
     if (!forward)
         gtk_widget_grab_focus(m_cancelButton);
-    else if (gtk_widget_get_sensitive(m_appletCombo))
-        gtk_widget_grab_focus(m_appletCombo);
-    else
-        gtk_widget_grab_focus(m_descriptionView);
+    else if (!gtk_widget_child_focus(m_appletCombo, GTK_DIR_TAB_FORWARD))
+        gtk_widget_child_focus(m_descriptionView, GTK_DIR_TAB_FORWARD);
     return true;
 }
 
