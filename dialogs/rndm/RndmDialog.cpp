@@ -193,6 +193,42 @@ bool RndmDialog::Step(const StepEvent& event)
 
 bool RndmDialog::OnMotionNotify(GdkEventMotion& event)
 {
+    if (MotionStep(event))
+        return true;
+    // Motion events of this window that wait behind this one are taken here,
+    // a few at a time: each would otherwise cost a main-loop turn and two
+    // signal emissions. The first other event goes back to the front of the
+    // queue (it was the only one there), so the order stays.
+    for (int taken = 0; taken < kMotionBatch; ++taken) {
+        GdkEvent* next = gdk_event_peek();
+        if (next == nullptr) {
+            if (!gdk_events_pending())
+                break;
+            next = gdk_event_get(); // read from the X queue; the toolkit's queue is empty again
+            if (next == nullptr)
+                break;
+            if (next->type != GDK_MOTION_NOTIFY || next->motion.window != event.window) {
+                gdk_event_put(next);
+                gdk_event_free(next);
+                break;
+            }
+        } else {
+            const bool ours = next->type == GDK_MOTION_NOTIFY && next->motion.window == event.window;
+            gdk_event_free(next);
+            if (!ours)
+                break;
+            next = gdk_event_get();
+        }
+        const bool done = MotionStep(next->motion);
+        gdk_event_free(next);
+        if (done)
+            return true;
+    }
+    return false;
+}
+
+bool RndmDialog::MotionStep(const GdkEventMotion& event)
+{
     if (Step(xvtui::protocol::MotionStep(event.time, event.x, event.y)))
         return true;
 

@@ -63,6 +63,8 @@ public:
 
     static constexpr int kWindowWidth = 550;
     static constexpr int kWindowHeight = 350;
+    // Queued motion events one handler call takes before the main loop runs again.
+    static constexpr int kMotionBatch = 32;
 
 private:
     void RndmTermsInit();
@@ -72,6 +74,8 @@ private:
     // A step's exchange as a handler does it: true when the parent is done
     // (the dialog has then ended with 0).
     bool Step(const xvtui::protocol::StepEvent& event);
+    // A motion's step and what the reply shows: true when the parent is done.
+    bool MotionStep(const GdkEventMotion& event);
     // Between polls of a blocked read: false once the parent is gone.
     bool ParentAlive();
 

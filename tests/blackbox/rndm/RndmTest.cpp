@@ -96,6 +96,28 @@ TEST(Random, RepeatedKeyIsSentOnce)
     EXPECT_EQ(kinds, (std::vector<std::uint64_t>{kKey, kKey, kKey, kMotion}));
 }
 
+// Events that wait while a step is out keep their order: queued motions are
+// taken in a batch, and the first other event still comes where it was.
+TEST(Random, QueuedEventsKeepTheirOrder)
+{
+    RandomDialog dialog;
+    dialog.MoveTo(10, 10);
+    dialog.MoveTo(11, 10);
+    dialog.x.PressKey("a");
+    dialog.MoveTo(12, 10);
+    dialog.x.PressKey("b");
+    dialog.MoveTo(13, 10);
+    dialog.MoveTo(14, 10);
+    std::vector<std::pair<std::uint64_t, std::int32_t>> steps;
+    for (int i = 0; i < 7; ++i) {
+        const StepEvent step = dialog.Step();
+        steps.emplace_back(step.kind, step.x);
+        dialog.Reply();
+    }
+    EXPECT_EQ(steps, (std::vector<std::pair<std::uint64_t, std::int32_t>>{
+                         {kMotion, 10}, {kMotion, 11}, {kKey, 0}, {kMotion, 12}, {kKey, 0}, {kMotion, 13}, {kMotion, 14}}));
+}
+
 TEST(Random, NonZeroStatusEndsWithSuccessAndNoText)
 {
     RandomDialog dialog;
