@@ -27,6 +27,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fstream>
 #include <map>
 #include <stdexcept>
 #include <string>
@@ -97,19 +98,40 @@ int ProbePipe(long steps)
     return 0;
 }
 
+// CPU time a process has run, in nanoseconds (its first schedstat field).
+double CpuNanoseconds(pid_t pid)
+{
+    std::ifstream schedstat("/proc/" + std::to_string(pid) + "/schedstat");
+    double nanoseconds = 0;
+    schedstat >> nanoseconds;
+    return nanoseconds;
+}
+
+struct Rate {
+    double stepsPerSecond = 0;
+    double partnerCpuPerStep = 0; // microseconds
+};
+
 // Serves `steps` steps of `session` as fast as it can; the last reply says
-// "done". Returns steps per second.
-double Serve(client::RandomSession& session, int steps)
+// "done".
+Rate Serve(client::RandomSession& session, int steps)
 {
     const protocol::StateRecord state;
+    const pid_t partner = session.Process().Pid();
     Clock::time_point first{};
+    double firstCpu = 0;
+    double lastCpu = 0;
     int served = 0;
     while (served < steps) {
         if (!session.NextStep(kWaitLimit))
             throw std::runtime_error("only " + std::to_string(served) + " of " + std::to_string(steps) +
                                      " steps came");
-        if (served++ == 0)
+        if (served++ == 0) {
             first = Clock::now();
+            firstCpu = CpuNanoseconds(partner);
+        }
+        if (served == steps)
+            lastCpu = CpuNanoseconds(partner);
         if (!session.Reply(served == steps ? 1 : 0, state, kWaitLimit))
             throw std::runtime_error("the partner stopped reading");
     }
@@ -118,11 +140,11 @@ double Serve(client::RandomSession& session, int steps)
     if (!run.exited || run.exitStatus != 0)
         throw std::runtime_error("the partner ended badly: status " + std::to_string(run.exitStatus) +
                                  ", output '" + std::string(run.output.view()) + "'");
-    return (steps - 1) / seconds;
+    return {(steps - 1) / seconds, (lastCpu - firstCpu) / 1000 / (steps - 1)};
 }
 
 // An X partner: its window found, `steps` pointer moves sent into it ahead.
-double MeasureX(const client::LaunchOptions& launch, const client::Request& request, testkit::XClient& x, int steps)
+Rate MeasureX(const client::LaunchOptions& launch, const client::Request& request, testkit::XClient& x, int steps)
 {
     x.MovePointer(0, 0); // outside the centred window
     x.Sync();
@@ -183,28 +205,31 @@ int main(int argc, char** argv)
         const client::LaunchOptions ours{.helper = helper, .environment = sandbox.Environment()};
         const client::LaunchOptions bare{.helper = self, .environment = sandbox.Environment()};
         std::map<std::string, std::vector<double>> rates;
+        std::map<std::string, std::vector<double>> cpu;
         for (int round = 0; round <= rounds; ++round) { // round 0 warms up
-            const double helperRate = MeasureX(ours, client::RandomRequest(), x, steps);
-            const double xlibRate = MeasureX(bare, client::RawRequest({"--probe-xlib"}), x, steps);
+            const Rate helperRate = MeasureX(ours, client::RandomRequest(), x, steps);
+            const Rate xlibRate = MeasureX(bare, client::RawRequest({"--probe-xlib"}), x, steps);
             client::RandomSession pipeSession(bare, protocol::StateRecord{},
                                               client::RawRequest({"--probe-pipe", std::to_string(steps)}));
-            const double pipeRate = Serve(pipeSession, steps);
+            const Rate pipeRate = Serve(pipeSession, steps);
             if (round == 0)
                 continue;
-            rates["helper"].push_back(helperRate);
-            rates["xlib"].push_back(xlibRate);
-            rates["pipe"].push_back(pipeRate);
+            for (const auto& [name, rate] : {std::pair{"helper", helperRate}, {"xlib", xlibRate}, {"pipe", pipeRate}}) {
+                rates[name].push_back(rate.stepsPerSecond);
+                cpu[name].push_back(rate.partnerCpuPerStep);
+            }
         }
         std::printf("%d steps a round, %d rounds (after one warm-up); steps per second:\n", steps, rounds);
-        std::printf("%-8s %10s %10s %10s %12s\n", "partner", "median", "min", "max", "us per step");
+        std::printf("%-8s %10s %10s %10s %12s %12s\n", "partner", "median", "min", "max", "us per step",
+                    "partner CPU");
         for (const char* name : {"helper", "xlib", "pipe"}) {
             const std::vector<double>& series = rates[name];
             const bench::Summary summary = bench::Summarize(series);
             double low = series.front();
             for (double rate : series)
                 low = std::min(low, rate);
-            std::printf("%-8s %10.0f %10.0f %10.0f %12.1f\n", name, summary.median, low, summary.max,
-                        1e6 / summary.median);
+            std::printf("%-8s %10.0f %10.0f %10.0f %12.1f %9.1f us\n", name, summary.median, low, summary.max,
+                        1e6 / summary.median, bench::Summarize(cpu[name]).median);
         }
         const double ratio = bench::Summarize(rates["helper"]).median / bench::Summarize(rates["xlib"]).median;
         std::printf("helper / bare Xlib client: %.2f (goal: at least 0.50)\n", ratio);
