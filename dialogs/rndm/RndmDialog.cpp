@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <memory>
 
 #include "app/xvtui_exception.h"
 #include "base/Callback.h"
@@ -32,6 +33,11 @@ constexpr gint kRowSpacing = 10;
 constexpr int kLabelMargin = 30;
 // Direction prompts show only while the parent's counter is above this.
 constexpr std::uint32_t kPromptCounterFloor = 2;
+
+struct EventFree {
+    void operator()(GdkEvent* event) const { gdk_event_free(event); }
+};
+using EventPtr = std::unique_ptr<GdkEvent, EventFree>;
 
 // A label's text, changed only when it differs: setting a label re-lays the
 // window out, and a step comes with every motion event.
@@ -197,31 +203,22 @@ bool RndmDialog::OnMotionNotify(GdkEventMotion& event)
         return true;
     // Motion events of this window that wait behind this one are taken here,
     // a few at a time: each would otherwise cost a main-loop turn and two
-    // signal emissions. The first other event goes back to the front of the
-    // queue (it was the only one there), so the order stays.
+    // signal emissions. The first other event read from X is handled at once,
+    // as the main loop would have handled it next, so the order stays.
+    const auto isOurMotion = [&event](const GdkEvent& next) {
+        return next.type == GDK_MOTION_NOTIFY && next.motion.window == event.window;
+    };
     for (int taken = 0; taken < kMotionBatch; ++taken) {
-        GdkEvent* next = gdk_event_peek();
-        if (next == nullptr) {
-            if (!gdk_events_pending())
-                break;
-            next = gdk_event_get(); // read from the X queue; the toolkit's queue is empty again
-            if (next == nullptr)
-                break;
-            if (next->type != GDK_MOTION_NOTIFY || next->motion.window != event.window) {
-                gdk_event_put(next);
-                gdk_event_free(next);
-                break;
-            }
-        } else {
-            const bool ours = next->type == GDK_MOTION_NOTIFY && next->motion.window == event.window;
-            gdk_event_free(next);
-            if (!ours)
-                break;
-            next = gdk_event_get();
+        if (const EventPtr queued{gdk_event_peek()}; queued != nullptr ? !isOurMotion(*queued) : !gdk_events_pending())
+            break; // the toolkit's queue holds another event first, or nothing waits
+        const EventPtr next{gdk_event_get()};
+        if (next == nullptr)
+            break;
+        if (!isOurMotion(*next)) {
+            gtk_main_do_event(next.get());
+            break;
         }
-        const bool done = MotionStep(next->motion);
-        gdk_event_free(next);
-        if (done)
+        if (MotionStep(next->motion))
             return true;
     }
     return false;
