@@ -32,8 +32,7 @@ std::unique_ptr<BaseDialog> CreateSelectReaderDialog(int argc, char** argv)
 }
 
 // In the order the provider's keywords are tried. "VTSelectContainer" joins
-// this table when its dialog
-// are built; until then they are unknown.
+// this table when its dialog is built; until then it is unknown.
 constexpr Keyword kKeywords[] = {
     {"VTQueryPinEx", PasswordDialog::CreatePasswordDialog},
     {"VTSelectReader", CreateSelectReaderDialog},
