@@ -227,7 +227,10 @@ bool BaseDialog::OnTimer()
         TerminateDialog(static_cast<int>(ResultCode::Cancelled));
         return false;
     }
-    if (m_timerLabel != nullptr)
+    // Setting a label, even to the text it shows, re-lays the window out and
+    // redraws it: a tick that changes nothing visible leaves it alone, so a
+    // waiting dialog costs neither itself nor the X server anything.
+    if (m_timerLabel != nullptr && tick.label != gtk_label_get_text(GTK_LABEL(m_timerLabel)))
         gtk_label_set_text(GTK_LABEL(m_timerLabel), tick.label.c_str());
     return true;
 }

@@ -26,6 +26,8 @@ public:
     GtkWidget* Window() const { return m_window; }
     const char* TimerText() const { return gtk_label_get_text(GTK_LABEL(m_timerLabel)); }
     void Click(const char* name) { gtk_button_clicked(GTK_BUTTON(FindNamed(m_window, name))); }
+    GtkWidget* TimerLabel() const { return m_timerLabel; }
+    void StopTicking() { StopTimer(); } // the test calls OnTimer itself
 
     std::function<void(ProbeDialog&)> onOk;
 };
@@ -87,6 +89,53 @@ TEST_F(BaseDialogGui, CountdownLabelFollowsTheTicks)
     dialog.ResetTimeout(); // 70 is above the show time: hidden again
     ASSERT_TRUE(dialog.OnTimer());
     EXPECT_STREQ(dialog.TimerText(), "");
+}
+
+// Runs the main loop until nothing is pending: queued resizes and redraws done.
+void Settle()
+{
+    while (gtk_events_pending())
+        gtk_main_iteration();
+}
+
+gboolean cbOnCountedEvent(GtkWidget*, GdkEvent*, gpointer data)
+{
+    ++*static_cast<int*>(data);
+    return FALSE;
+}
+
+void cbOnCountedRequest(GtkWidget*, GtkRequisition*, gpointer data)
+{
+    ++*static_cast<int*>(data);
+}
+
+// A waiting dialog must not keep itself and the X server busy: a tick that
+// changes nothing visible neither re-lays out nor redraws the window.
+TEST_F(BaseDialogGui, HiddenTicksLeaveTheWindowAlone)
+{
+    m_settings.WriteFile("local.ini", "[KeyDevices]\nprobe_time=62\nprobe_show_time=60\n");
+    ProbeDialog dialog;
+    dialog.StopTicking();
+    int exposes = 0, requests = 0;
+    g_signal_connect(dialog.Window(), "expose-event", G_CALLBACK(cbOnCountedEvent), &exposes);
+    g_signal_connect(dialog.TimerLabel(), "size-request", G_CALLBACK(cbOnCountedRequest), &requests);
+    gtk_widget_show_all(dialog.Window());
+    while (exposes == 0)
+        gtk_main_iteration();
+    gdk_display_sync(gdk_display_get_default());
+    Settle();
+
+    const struct { const char* shown; bool redrawn; } ticks[] = {
+        {"", false}, {"", false}, {"01:00", true}, {"00:59", true},
+    };
+    for (const auto& t : ticks) {
+        exposes = requests = 0;
+        ASSERT_TRUE(dialog.OnTimer());
+        Settle();
+        EXPECT_STREQ(dialog.TimerText(), t.shown);
+        EXPECT_EQ(exposes > 0, t.redrawn) << t.shown << ": " << exposes << " exposes";
+        EXPECT_EQ(requests > 0, t.redrawn) << t.shown << ": " << requests << " size requests";
+    }
 }
 
 TEST_F(BaseDialogGui, WaysToEnd)
