@@ -167,4 +167,25 @@ TEST_F(RndmGui, ProgressIsTheRecordBeforeTheStep)
     EXPECT_EQ(Fraction(), 0.8);
 }
 
+// The bar takes only 0 to 1: more gathered than needed shows full, and a
+// record that needs nothing (not a number) leaves the bar as it was.
+TEST_F(RndmGui, BarShowsWhatItCan)
+{
+    Open(Record(1, 4));
+    const struct {
+        StateRecord reply;
+        double shown; // after the step, from the record before it
+    } steps[] = {
+        {Record(9, 4), 0.25},
+        {Record(0, 0), 1.0},
+        {Record(1, 4), 1.0},
+        {Record(1, 4), 0.25},
+    };
+    for (const auto& step : steps) {
+        m_parent.Reply(step.reply);
+        Move();
+        EXPECT_EQ(Fraction(), step.shown);
+    }
+}
+
 } // namespace

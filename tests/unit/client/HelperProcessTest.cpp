@@ -80,4 +80,28 @@ TEST(HelperProcess, IntermediateParent)
     EXPECT_THROW(HelperProcess(RawRequest({}), options), ClientError);
 }
 
+// Conversation mode: the input stays open between exchanges, what Receive
+// took is not part of the answer, and a helper that has gone makes Send fail
+// without a signal.
+TEST(HelperProcess, ConversationKeepsTheInputOpen)
+{
+    LaunchOptions options;
+    options.helper = "/bin/sh";
+    options.conversation = true;
+    Request request = RawRequest({"-c", "read a; printf '[%s]' \"$a\"; read b; printf '[%s]end' \"$b\""});
+    request.input.assign(std::string_view("one\n"));
+    HelperProcess helper(request, options);
+    char reply[5] = {};
+    EXPECT_EQ(helper.Receive(reply, sizeof reply, 10s), 5u);
+    EXPECT_EQ(std::string_view(reply, 5), "[one]");
+    EXPECT_EQ(helper.Receive(reply, 1, 20ms), 0u) << "it waits for its second line";
+    EXPECT_TRUE(helper.Send("two\n", 10s));
+    EXPECT_EQ(helper.Receive(reply, sizeof reply, 10s), 5u);
+    EXPECT_TRUE(helper.WaitForExit(10s));
+    EXPECT_FALSE(helper.Send("three\n", 10s));
+    const RunResult run = helper.Finish(10s);
+    EXPECT_EQ(run.output.view(), "end");
+    EXPECT_EQ(run.exitStatus, 0);
+}
+
 } // namespace
