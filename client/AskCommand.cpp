@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <unistd.h>
 
 namespace xvtui::client {
 namespace {
@@ -263,7 +264,14 @@ std::string ChooseHelper(const std::string& given, const char* environment,
         return given;
     if (environment != nullptr && *environment != '\0')
         return environment;
-    return HelperNextTo(selfExecutable);
+    // A build tree keeps the helper next to the tool; an installed tree keeps
+    // it in <libexecdir>.
+    const std::string nextTo = HelperNextTo(selfExecutable);
+    if (access(nextTo.c_str(), X_OK) == 0)
+        return nextTo;
+    const size_t slash = selfExecutable.rfind('/');
+    const std::string dir = slash == std::string::npos ? "." : selfExecutable.substr(0, slash);
+    return dir + "/" XVTUI_TOOL_TO_HELPER "/xvtui";
 }
 
 namespace {

@@ -15,8 +15,8 @@
 //     --new-term, --carrier-active, --tries, --max, --min, --max-new, --min-new,
 //     each with one value (PasswordRequest.h)
 //
-// The helper is `--helper`, else $XVTUI_HELPER, else the xvtui next to the tool.
-// Kept apart from main() so that parsing and printing are tested directly.
+// The helper is `--helper`, else $XVTUI_HELPER, else the xvtui next to the
+// tool (a build tree), else the installed one in <libexecdir>. Kept apart from main() so that parsing and printing are tested directly.
 #pragma once
 
 #include "client/Answer.h"
@@ -56,7 +56,8 @@ std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, 
 std::string AskUsageText();
 
 // The helper to run: `given` if not empty, else `environment` (XVTUI_HELPER)
-// if set and not empty, else the xvtui next to `selfExecutable`.
+// if set and not empty, else the xvtui next to `selfExecutable` when there is
+// one, else <libexecdir>/xvtui relative to `selfExecutable`'s directory.
 std::string ChooseHelper(const std::string& given, const char* environment,
                          const std::string& selfExecutable);
 

@@ -13,7 +13,9 @@ $SUDO apt-get install -y --no-install-recommends \
     libgtk2.0-dev libx11-dev libxtst-dev libxdamage-dev \
     libgtest-dev googletest \
     xvfb xauth x11-utils fonts-dejavu-core \
-    locales libc-bin ca-certificates
+    locales libc-bin ca-certificates \
+    scdoc man-db \
+    dpkg-dev debhelper fakeroot lintian debootstrap
 
 # The Russian texts are chosen by the message locale; a locale that is not
 # generated silently falls back to C.
