@@ -183,6 +183,31 @@ Window XClient::WaitForPopup(Millis timeout)
     }
 }
 
+bool XClient::WaitForUnmap(Window window, Millis timeout)
+{
+    const auto deadline = Clock::now() + timeout;
+    {
+        ErrorTrap trap(m_dpy);
+        XSelectInput(m_dpy, window, StructureNotifyMask);
+    }
+    for (;;) {
+        XWindowAttributes attrs;
+        bool viewable = false;
+        {
+            ErrorTrap trap(m_dpy);
+            viewable = Viewable(m_dpy, window, attrs);
+        }
+        if (!viewable)
+            return true;
+        XEvent event;
+        do {
+            if (!WaitReadable(m_dpy, deadline))
+                return false;
+            XNextEvent(m_dpy, &event);
+        } while (event.type != UnmapNotify && event.type != DestroyNotify);
+    }
+}
+
 void XClient::Focus(Window window)
 {
     {

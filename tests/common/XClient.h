@@ -44,6 +44,8 @@ public:
     // The first viewable override-redirect top-level window (a drop-down's
     // menu, a tooltip), waiting for one until the deadline; kNoWindow then.
     XWindow WaitForPopup(Millis timeout);
+    // Waits until `window` is no longer viewable; false when the deadline passes first.
+    bool WaitForUnmap(XWindow window, Millis timeout);
 
     // Gives `window` the keyboard focus as a window manager would.
     void Focus(XWindow window);

@@ -50,6 +50,7 @@ Act ChooseApplet(size_t index)
         const std::vector<Rect> entries = x.ButtonWindows(menu);
         ASSERT_GT(entries.size(), index);
         x.ClickCenter(entries[index]);
+        ASSERT_TRUE(x.WaitForUnmap(menu, kWindowTimeout)); // the next click must not find it
     };
 }
 const Act kOk = ClickButton(0), kCancel = ClickButton(1);
