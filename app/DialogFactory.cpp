@@ -5,6 +5,7 @@
 #include "dialogs/message/MessageDialog.h"
 #include "dialogs/password/PasswordDialog.h"
 #include "dialogs/rndm/RndmDialog.h"
+#include "dialogs/select/SelectContainerDialog.h"
 #include "dialogs/select/SelectReaderDialog.h"
 
 namespace {
@@ -26,16 +27,22 @@ std::unique_ptr<BaseDialog> CreateRndmDialog(int, char**)
     return std::make_unique<RndmDialog>();
 }
 
+// The records come on standard input; no arguments but the keyword.
+std::unique_ptr<BaseDialog> CreateSelectContainerDialog(int, char**)
+{
+    return std::make_unique<SelectContainerDialog>();
+}
+
 std::unique_ptr<BaseDialog> CreateSelectReaderDialog(int argc, char** argv)
 {
     return std::make_unique<SelectReaderDialog>(argc, argv);
 }
 
-// In the order the provider's keywords are tried. "VTSelectContainer" joins
-// this table when its dialog is built; until then it is unknown.
+// In the order the provider's keywords are tried.
 constexpr Keyword kKeywords[] = {
     {"VTQueryPinEx", PasswordDialog::CreatePasswordDialog},
     {"VTSelectReader", CreateSelectReaderDialog},
+    {"VTSelectContainer", CreateSelectContainerDialog},
     {"VTDisplayMessage", CreateMessageDialog},
     {"VTDisplayMessageEx", CreateMessageDialog},
     {"VTRndmBio", CreateRndmDialog},
