@@ -1,6 +1,7 @@
 // AskCommand.cpp: xvtui-ask's argument parsing and output.
 #include "client/AskCommand.h"
 
+#include "client/ContainerRequest.h"
 #include "client/HelperProcess.h"
 #include "client/PasswordRequest.h"
 #include "client/RandomParent.h"
@@ -10,6 +11,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <unistd.h>
 
 namespace xvtui::client {
@@ -112,6 +115,61 @@ bool ParsePasswordOptions(const std::vector<std::string>& args, size_t i, const 
     return true;
 }
 
+// "container" options from args[i] on; false (and `error`) on anything else.
+std::optional<Request> ParseContainerOptions(const std::vector<std::string>& args, size_t i, std::string& error)
+{
+    unsigned codePage = kDefaultCodePage;
+    std::optional<std::uint32_t> count;
+    std::vector<ContainerRecord> records;
+    for (; i < args.size(); ++i) {
+        const std::string& option = args[i];
+        const size_t values = option == "--item" ? 3 : 1;
+        if (option != "--item" && option != "--file" && option != "--code-page" && option != "--count") {
+            error = "unknown container option " + option;
+            return std::nullopt;
+        }
+        if (args.size() - i - 1 < values) {
+            error = option + (values == 3 ? " needs FRIENDLY UNIQUE PRIMARY" : " needs a value");
+            return std::nullopt;
+        }
+        const std::string& value = args[i + 1];
+        std::uint32_t number = 0;
+        if (option == "--item") {
+            records.push_back({value, codePage, args[i + 2], args[i + 3]});
+        } else if (option == "--file") {
+            std::ifstream file(value, std::ios::binary);
+            const std::string text((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+            if (!file.good() && !file.eof()) {
+                error = "cannot read " + value;
+                return std::nullopt;
+            }
+            if (!ParseContainerList(text, codePage, records, error)) {
+                error = value + ": " + error;
+                return std::nullopt;
+            }
+        } else if (!ParseControlWord(value, number) ||
+                   (option == "--code-page" && number != kDefaultCodePage && number != kUtf8CodePage)) {
+            error = option == "--count" ? "--count needs a 32-bit number" : "--code-page needs 0 or 65001";
+            return std::nullopt;
+        } else if (option == "--count") {
+            count = number;
+        } else {
+            codePage = number; // for the records that follow
+        }
+        i += values;
+    }
+    std::vector<VTUISelectItem_> items;
+    for (const ContainerRecord& record : records) {
+        const std::optional<VTUISelectItem_> item = EncodeContainerRecord(record, error);
+        if (!item) {
+            error = "container " + std::to_string(items.size() + 1) + ": " + error;
+            return std::nullopt;
+        }
+        items.push_back(*item);
+    }
+    return ContainerRequest(count.value_or(static_cast<std::uint32_t>(items.size())), items);
+}
+
 } // namespace
 
 std::string AskUsageText()
@@ -136,6 +194,13 @@ std::string AskUsageText()
            "                                    a reader and one of its applet types; the\n"
            "                                    file holds blocks of a reader name line and\n"
            "                                    TYPE:DESCRIPTION lines, a blank line between\n"
+           "  container [--code-page 0|65001] [--count N] [--file FILE]\n"
+           "            [--item FRIENDLY UNIQUE PRIMARY]...\n"
+           "                                    choose a key container; FILE holds one\n"
+           "                                    record a line, its three names separated\n"
+           "                                    by tabs; friendly names are sent in the\n"
+           "                                    code page given before them (default 0,\n"
+           "                                    CP1251); --count replaces the record count\n"
            "password options (each takes a value, sent as given):\n"
            "  --title --header --reader --carrier --container --reader-caption\n"
            "  --carrier-caption --container-caption --term WORD --new-term WORD\n"
@@ -227,6 +292,11 @@ std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, 
             return std::nullopt;
         command.request =
             kind == "new-password" ? NewPasswordRequest(password) : ChangePasswordRequest(password);
+    } else if (kind == "container") {
+        std::optional<Request> request = ParseContainerOptions(args, i, error);
+        if (!request)
+            return std::nullopt;
+        command.request = std::move(*request);
     } else if (kind == "random") {
         std::uint64_t units = 200;
         for (; i < args.size(); ++i) {

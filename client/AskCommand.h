@@ -10,6 +10,8 @@
 //     change-password [PASSWORD OPTIONS] the current password and a new one, twice
 //     random [--units N]                random data from mouse and keys
 //                                       (VTRndmBio), N units (default 200)
+//     container [--code-page N] [--count N] [--file FILE] [--item F U P]...
+//                                       one key container out of a list
 //   PASSWORD OPTIONS: --title, --header, --reader, --carrier, --container,
 //     --reader-caption, --carrier-caption, --container-caption, --term,
 //     --new-term, --carrier-active, --tries, --max, --min, --max-new, --min-new,

@@ -47,6 +47,13 @@ void cbOnOKClicked(GtkWidget*, gpointer data)
     callback::Forward<SelectContainerDialog>("cbOnOKClicked", data, &SelectContainerDialog::OnOKClicked);
 }
 
+// Enter on a row, or a double click, chooses it as OK would: the tree view
+// keeps Enter to itself, so the default button never sees it.
+void cbOnRowActivated(GtkTreeView*, GtkTreePath*, GtkTreeViewColumn*, gpointer data)
+{
+    callback::Forward<SelectContainerDialog>("cbOnRowActivated", data, &SelectContainerDialog::OnOKClicked);
+}
+
 void cbOnCellData(GtkTreeViewColumn* column, GtkCellRenderer* renderer, GtkTreeModel* model, GtkTreeIter* iter,
                   gpointer data)
 {
@@ -127,6 +134,7 @@ void SelectContainerDialog::AddContainersList()
     gtk_tree_view_set_model(GTK_TREE_VIEW(m_treeView), GTK_TREE_MODEL(store));
     g_object_unref(store);
 
+    g_signal_connect(m_treeView, "row-activated", G_CALLBACK(cbOnRowActivated), this);
     gtk_tree_selection_set_mode(gtk_tree_view_get_selection(GTK_TREE_VIEW(m_treeView)), GTK_SELECTION_BROWSE);
     gtk_tree_view_column_set_visible(gtk_tree_view_get_column(GTK_TREE_VIEW(m_treeView), kUniqueColumn), FALSE);
 

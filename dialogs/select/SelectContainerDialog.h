@@ -12,7 +12,7 @@
  * the friendly or the unique column. The primary and unique names are kept
  * byte for byte; only their on-screen form is repaired when not UTF-8.
  *
- * OK with a selected row gives result 0 and the answer: a zero-filled record
+ * OK (or Enter or a double click on a row) with a selected row gives result 0 and the answer: a zero-filled record
  * holding the row's friendly name in UTF-8 and its primary name, each clipped
  * to leave a terminating zero; the unique name and the reserved bytes stay
  * zero whichever column is shown. OK with no row selected answers the
