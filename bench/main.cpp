@@ -6,6 +6,7 @@
 // top-level with its _NET_WM_PID) and presses the answering key through
 // XTest. Nothing sleeps for a fixed time: every wait is on an X event or on
 // the process. See README.md in this folder for the figures and goals.
+#include "bench/Peers.h"
 #include "bench/ProcessFigures.h"
 #include "bench/Probes.h"
 #include "bench/Stats.h"
@@ -53,6 +54,7 @@ constexpr testkit::Millis kPaintQuiet = 100ms;
 constexpr const char* kUsage =
     "usage: xvtui_bench [--runs N] [--warmup N] [--only LIST] [--key Return|Escape]\n"
     "                   [--locale NAME] [--display NAME] [--helper PATH] [--check]\n"
+    "       xvtui_bench peers --help   (every dialog beside the floor and the peers)\n"
     "\n"
     "Starts the helper N times per scenario (default 30, after 1 unmeasured warm-up run)\n"
     "on a private Xvfb and reports median, 90th percentile and maximum of:\n"
@@ -481,6 +483,8 @@ int Main(int argc, char** argv)
             std::fprintf(stderr, "xvtui_bench: no probe %s\n", argv[2]);
         return status.value_or(2);
     }
+    if (argc >= 2 && std::string_view(argv[1]) == "peers")
+        return RunPeers(argc - 1, argv + 1);
     const Options options = ParseOptions(argc, argv);
     if (!options.display.empty())
         setenv("DISPLAY", options.display.c_str(), 1);
