@@ -3,6 +3,7 @@
 
 #include "bench/ProcessFigures.h"
 #include "bench/Stats.h"
+#include "bench/Warnings.h"
 
 #include "client/HelperProcess.h"
 #include "client/PasswordRequest.h"
@@ -510,6 +511,7 @@ int RunPeers(int argc, char** argv)
     std::printf("  load     %s at end\n", Load().c_str());
     PrintReport(contestants, results, rounds, idle);
     const bool allMet = PrintGoals(contestants, results);
+    PrintWarningsCost(4096, 1000);
     return check && !allMet ? 1 : 0;
 }
 
