@@ -140,6 +140,19 @@ void SelectContainerDialog::AddContainersList()
 
     GtkWidget* scrolled = gtk_scrolled_window_new(nullptr, nullptr);
     gtk_scrolled_window_add_with_viewport(GTK_SCROLLED_WINDOW(scrolled), m_treeView);
+    // A viewport scrolls by moving its child, so the view would be as tall as
+    // all its rows: every row measured before the window appears, and past
+    // 32767 pixels (about 1,400 rows) taller than an X window may be. The
+    // viewport therefore keeps still adjustments of its own, the view fills
+    // it and scrolls itself with the scroll bars' adjustments, measuring only
+    // the rows it shows, with its headers in place and the cursor kept in view.
+    GtkScrolledWindow* bars = GTK_SCROLLED_WINDOW(scrolled);
+    GtkViewport* viewport = GTK_VIEWPORT(gtk_widget_get_parent(m_treeView));
+    gtk_viewport_set_hadjustment(viewport, GTK_ADJUSTMENT(gtk_adjustment_new(0, 0, 0, 0, 0, 0)));
+    gtk_viewport_set_vadjustment(viewport, GTK_ADJUSTMENT(gtk_adjustment_new(0, 0, 0, 0, 0, 0)));
+    gtk_widget_set_scroll_adjustments(m_treeView, gtk_scrolled_window_get_hadjustment(bars),
+                                      gtk_scrolled_window_get_vadjustment(bars));
+    gtk_widget_set_size_request(m_treeView, 1, 1);
     GtkWidget* listBox = gtk_vbox_new(FALSE, kListBoxSpacing);
     gtk_box_pack_start(GTK_BOX(listBox), scrolled, TRUE, TRUE, kListPadding);
     gtk_widget_set_size_request(listBox, kListSize, kListSize);

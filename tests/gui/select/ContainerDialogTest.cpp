@@ -7,6 +7,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <unistd.h>
@@ -21,9 +22,9 @@ using xvtui::protocol::Pipe;
 using xvtui::protocol::VTUISelectItem_;
 
 struct Names {
-    const char* primary;
-    const char* friendly;
-    const char* unique;
+    std::string primary;
+    std::string friendly;
+    std::string unique;
 };
 
 // A dialog over two pipes: the records already written and closed, the
@@ -39,15 +40,17 @@ public:
         std::string input(reinterpret_cast<const char*>(&count), sizeof count);
         for (const Names& names : records) {
             VTUISelectItem_ item{};
-            std::strcpy(item.primary_name, names.primary);
-            std::strcpy(item.friendly_name, names.friendly);
-            std::strcpy(item.unique_name, names.unique);
+            std::strcpy(item.primary_name, names.primary.c_str());
+            std::strcpy(item.friendly_name, names.friendly.c_str());
+            std::strcpy(item.unique_name, names.unique.c_str());
             input.append(reinterpret_cast<const char*>(&item), sizeof item);
         }
-        if (write(in[1], input.data(), input.size()) != static_cast<ssize_t>(input.size()))
-            throw std::runtime_error("the records did not fit the pipe");
-        close(in[1]);
+        std::thread writer([&] {
+            EXPECT_EQ(write(in[1], input.data(), input.size()), static_cast<ssize_t>(input.size()));
+            close(in[1]);
+        });
         m_dialog = std::make_unique<SelectContainerDialog>(Pipe(in[0], m_out[1]));
+        writer.join();
         close(in[0]);
         m_view = GTK_TREE_VIEW(Find("xvtui-containers"));
     }
@@ -86,8 +89,14 @@ public:
     // then returns the answer the dialog writes.
     VTUISelectItem_ ClickOk(std::function<void()> act) const
     {
-        WhenReady([this, act] {
-            act();
+        return ClickOkWhen([act] { return act(), true; });
+    }
+    // The same, `step` run every 10 ms until it returns true.
+    VTUISelectItem_ ClickOkWhen(std::function<bool()> step) const
+    {
+        WhenReady([this, step] {
+            if (!step())
+                return false;
             gtk_button_clicked(GTK_BUTTON(Find("xvtui-ok")));
             return true;
         });
@@ -168,6 +177,38 @@ TEST_F(ContainerDialog, NoRowSelectedAnswersTheEmptyRecord)
     const VTUISelectItem_ answer =
         d.ClickOk([&] { gtk_tree_selection_unselect_all(gtk_tree_view_get_selection(d.m_view)); });
     EXPECT_EQ(std::string(reinterpret_cast<const char*>(&answer), sizeof answer), std::string(sizeof answer, '\0'));
+}
+
+// The view is no taller than the list's box, whatever the number of rows (as
+// tall as its rows it would pass the 32767 pixels an X window may have), and
+// scrolls itself to the cursor.
+TEST_F(ContainerDialog, ManyRowsScrollWithinTheView)
+{
+    std::vector<Names> many;
+    for (int i = 0; i < 2000; ++i)
+        many.push_back({"p-" + std::to_string(i), "row " + std::to_string(i), ""});
+    Dialog d(many);
+    GtkAdjustment* scroll = gtk_tree_view_get_vadjustment(d.m_view);
+    bool cursorSet = false;
+    const VTUISelectItem_ answer = d.ClickOkWhen([&] {
+        if (!gtk_widget_get_mapped(GTK_WIDGET(d.m_view)))
+            return false;
+        GtkAllocation view;
+        gtk_widget_get_allocation(GTK_WIDGET(d.m_view), &view);
+        if (view.height > 400) {
+            ADD_FAILURE() << "the view is " << view.height << " pixels tall";
+            return true;
+        }
+        if (!cursorSet) {
+            GtkTreePath* last = gtk_tree_path_new_from_indices(1999, -1);
+            gtk_tree_view_set_cursor(d.m_view, last, nullptr, FALSE);
+            gtk_tree_path_free(last);
+            cursorSet = true;
+        }
+        const double value = gtk_adjustment_get_value(scroll);
+        return value > 0 && value + gtk_adjustment_get_page_size(scroll) >= gtk_adjustment_get_upper(scroll) - 1;
+    });
+    EXPECT_EQ(FieldText(answer.primary_name), "p-1999");
 }
 
 } // namespace
