@@ -106,3 +106,14 @@ shot reader-ru.png ru_RU.UTF-8 reader -- \
     --applet "PKCS:Ключи хранятся как объекты PKCS#11." \
     --reader "Считыватель 0" --applet "PKCS:Ключи хранятся как объекты PKCS#11."
 shot reader-empty.png C.UTF-8 raw -- VTSelectReader ""
+# The container selection as it opens: friendly names shown, the first row chosen.
+shot container.png C.UTF-8 container -- \
+    --item "Signing key 2026" "6b1f0e2a-5c3d-4e8f-9a71-2d4c6e8f0a1b" '\\.\HDIMAGE\signing-2026' \
+    --item "Encryption key" "0c9d8e7f-6a5b-4c3d-2e1f-0a9b8c7d6e5f" '\\.\HDIMAGE\encrypt' \
+    --item "Token key 4F2A1C" "a1b2c3d4-e5f6-4a7b-8c9d-0e1f2a3b4c5d" '\\.\FKN_4F2A1C\token-key' \
+    --item "Archive 2019" "11111111-2222-4333-8444-555555555555" '\\.\FLASH\archive-2019'
+shot container-ru.png ru_RU.UTF-8 container -- \
+    --item "Ключ подписи 2026" "6b1f0e2a-5c3d-4e8f-9a71-2d4c6e8f0a1b" '\\.\HDIMAGE\signing-2026' \
+    --item "Ключ шифрования" "0c9d8e7f-6a5b-4c3d-2e1f-0a9b8c7d6e5f" '\\.\HDIMAGE\encrypt' \
+    --item "Ключ на токене 4F2A1C" "a1b2c3d4-e5f6-4a7b-8c9d-0e1f2a3b4c5d" '\\.\FKN_4F2A1C\token-key' \
+    --item "Архив 2019" "11111111-2222-4333-8444-555555555555" '\\.\FLASH\archive-2019'
