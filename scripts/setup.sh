@@ -13,6 +13,7 @@ $SUDO apt-get install -y --no-install-recommends \
     libgtk2.0-dev libx11-dev libxtst-dev libxdamage-dev \
     libgtest-dev googletest \
     xvfb xauth x11-utils fonts-dejavu-core \
+    dbus at-spi2-core libatk-adaptor libgail-common libatspi2.0-dev \
     locales libc-bin ca-certificates \
     scdoc man-db \
     dpkg-dev debhelper fakeroot lintian debootstrap
