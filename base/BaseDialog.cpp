@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "app/xvtui_exception.h"
+#include "base/Accessible.h"
 #include "base/Callback.h"
 #include "base/Countdown.h"
 #include "base/GetTimeout.h"
@@ -168,6 +169,7 @@ void BaseDialog::GtkInit()
     m_timerLabel = gtk_label_new("");
     gtk_widget_set_name(m_timerLabel, "xvtui-timer");
     gtk_misc_set_alignment(GTK_MISC(m_timerLabel), 1.0, 0.0);
+    accessible::SetRole(m_timerLabel, ATK_ROLE_STATUSBAR); // its text changes are reported as they come
     gtk_box_pack_start(GTK_BOX(m_mainBox), m_timerLabel, FALSE, FALSE, 0);
 
     m_timerId = g_timeout_add(kTimerIntervalMs, cbOnTimer, this);

@@ -4,6 +4,7 @@
 #include <gdk/gdkkeysyms.h>
 #include <gdk/gdkx.h>
 
+#include "base/Accessible.h"
 #include "base/Callback.h"
 #include "base/secure/SecureEntryBuffer.h"
 #include "base/secure/SecureMemory.h"
@@ -212,6 +213,7 @@ void PasswordDialogBase::AddAuthInfoWidgets()
     gtk_label_set_line_wrap(GTK_LABEL(m_headerLabel), TRUE);
     gtk_widget_set_size_request(m_headerLabel, kHeaderWidth, -1);
     gtk_box_pack_start(GTK_BOX(m_mainBox), m_headerLabel, FALSE, FALSE, 0);
+    accessible::DescribeWindow(m_window, m_header);
 
     const guint rows = m_containerName.empty() ? 2 : 3;
     GtkWidget* table = gtk_table_new(rows, 3, TRUE);
@@ -232,6 +234,7 @@ void PasswordDialogBase::AddAuthInfoWidgets()
         GtkWidget* value = NewInfoLabel(rowsContent[row].value, rowsContent[row].valueName);
         gtk_table_attach_defaults(GTK_TABLE(table), caption, 0, 1, row, row + 1);
         gtk_table_attach_defaults(GTK_TABLE(table), value, 1, 3, row, row + 1);
+        accessible::TieCaption(caption, value);
         if (row == 1 && !m_carrierActive) {
             SetWidgetColor(caption, m_inactiveColor, true);
             SetWidgetColor(value, m_inactiveColor, true);
@@ -247,6 +250,8 @@ void PasswordDialogBase::AddHintLabel()
     gtk_widget_set_name(m_hintLabel, "xvtui-hint");
     gtk_misc_set_alignment(GTK_MISC(m_hintLabel), 0.0f, 0.0f);
     SetWidgetColor(m_hintLabel, m_warningColor, true);
+    accessible::SetRole(m_hintLabel, ATK_ROLE_ALERT);
+    accessible::SetName(m_hintLabel, "");
     gtk_box_pack_start(GTK_BOX(m_mainBox), m_hintLabel, FALSE, FALSE, 0);
     UpdateWarnings();
 }
@@ -271,6 +276,7 @@ void PasswordDialogBase::AttachEntryRow(GtkWidget* table, guint row, const Local
     gtk_table_attach_defaults(GTK_TABLE(table), label, 0, 1, row, row + 1);
     InitEntryWidget(entry, maxLength, entryName);
     gtk_table_attach_defaults(GTK_TABLE(table), entry, 1, 3, row, row + 1);
+    accessible::TieCaption(label, entry);
 }
 
 void PasswordDialogBase::AddNewPasswordTable(GtkWidget*& newEntry, GtkWidget*& confirmationEntry,
@@ -387,8 +393,10 @@ void PasswordDialogBase::ShowWarnings()
 {
     // A catalogue text or a word cut at 511 bytes may end inside a character.
     const std::string text = Displayable(PasswordWarnings::TakeHintText(m_errors));
-    if (WidgetsAlive() && m_hintLabel != nullptr) {
+    // Setting the same text again would announce it again.
+    if (WidgetsAlive() && m_hintLabel != nullptr && text != gtk_label_get_text(GTK_LABEL(m_hintLabel))) {
         gtk_label_set_text(GTK_LABEL(m_hintLabel), text.c_str());
+        accessible::NameAfterText(m_hintLabel);
     }
 }
 
