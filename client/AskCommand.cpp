@@ -201,6 +201,8 @@ std::string AskUsageText()
            "                                    by tabs; friendly names are sent in the\n"
            "                                    code page given before them (default 0,\n"
            "                                    CP1251); --count replaces the record count\n"
+           "  doctor                            check this machine's set-up for the helper:\n"
+           "                                    each failure with its fix; exit 0 when all is well\n"
            "password options (each takes a value, sent as given):\n"
            "  --title --header --reader --carrier --container --reader-caption\n"
            "  --carrier-caption --container-caption --term WORD --new-term WORD\n"
@@ -316,6 +318,12 @@ std::optional<AskCommand> ParseAskCommand(const std::vector<std::string>& args, 
         if (!request)
             return std::nullopt;
         command.request = std::move(*request);
+    } else if (kind == "doctor") {
+        if (i != args.size()) {
+            error = "doctor takes no arguments";
+            return std::nullopt;
+        }
+        command.doctor = true;
     } else if (kind == "raw") {
         // Without a keyword the helper is run with none, which it refuses.
         command.request = RawRequest(std::vector<std::string>(args.begin() + static_cast<long>(i),

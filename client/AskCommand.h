@@ -12,6 +12,7 @@
 //                                       (VTRndmBio), N units (default 200)
 //     container [--code-page N] [--count N] [--file FILE] [--item F U P]...
 //                                       one key container out of a list
+//     doctor                            check the machine's set-up (Doctor.h)
 //   PASSWORD OPTIONS: --title, --header, --reader, --carrier, --container,
 //     --reader-caption, --carrier-caption, --container-caption, --term,
 //     --new-term, --carrier-active, --tries, --max, --min, --max-new, --min-new,
@@ -42,6 +43,8 @@ struct AskCommand {
     // random: the units to gather; the tool then plays the parent's part
     // of the conversation (client/RandomParent.h).
     std::optional<std::uint64_t> randomUnits;
+    // doctor: check the machine instead of asking (client/Doctor.h).
+    bool doctor = false;
 };
 
 // The tool's exit codes.

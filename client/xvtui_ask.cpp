@@ -1,6 +1,7 @@
 // xvtui-ask: asks the helper one question, as the provider would, and prints
 // the decoded answer. See AskCommand.h for the command line.
 #include "client/AskCommand.h"
+#include "client/Doctor.h"
 #include "client/HelperProcess.h"
 #include "client/RandomParent.h"
 
@@ -48,6 +49,12 @@ int main(int argc, char** argv)
     try {
         LaunchOptions options;
         options.helper = ChooseHelper(command->helper, std::getenv("XVTUI_HELPER"), SelfExecutable());
+        if (command->doctor) {
+            const std::vector<DoctorCheck> checks = RunDoctor(options.helper);
+            if (!WriteAll(STDOUT_FILENO, FormatDoctor(checks)))
+                throw ClientError(std::string("cannot write the report: ") + std::strerror(errno));
+            return DoctorPassed(checks) ? kAskAnswered : kAskRefused;
+        }
         std::string note;
         const RunResult run = command->randomUnits
                                   ? RunRandomDemo(*command->randomUnits, options, command->timeout, note)
