@@ -87,6 +87,8 @@ shot pin-ru.png ru_RU.UTF-8 pin \
     --term "PIN-код" --tries 2 --min 4 --save-box 7 --dont-cache-box 3
 shot message.png C.UTF-8 message -- \
     --flags 130 "Old keys were found on this key carrier. They still work, but should be replaced soon."
+shot message-ru.png ru_RU.UTF-8 message -- \
+    --flags 130 "На этом носителе найдены старые ключи. Они ещё действуют, но их следует заменить."
 # The random-data dialog, served by xvtui-ask: 24 moves to the right gather a
 # third of 60 units, so the bar has moved and a right move is asked for.
 moves=()
