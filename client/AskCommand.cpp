@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <unistd.h>
@@ -349,7 +350,7 @@ std::string ChooseHelper(const std::string& given, const char* environment,
         return nextTo;
     const size_t slash = selfExecutable.rfind('/');
     const std::string dir = slash == std::string::npos ? "." : selfExecutable.substr(0, slash);
-    return dir + "/" XVTUI_TOOL_TO_HELPER "/xvtui";
+    return std::filesystem::path(dir + "/" XVTUI_TOOL_TO_HELPER "/xvtui").lexically_normal();
 }
 
 namespace {
