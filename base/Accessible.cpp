@@ -9,7 +9,7 @@ void TieCaption(GtkWidget* label, GtkWidget* target)
     AtkObject* named = gtk_widget_get_accessible(target);
     atk_object_add_relationship(caption, ATK_RELATION_LABEL_FOR, named);
     atk_object_add_relationship(named, ATK_RELATION_LABELLED_BY, caption);
-    if (gtk_widget_get_can_focus(target))
+    if (!GTK_IS_LABEL(target))
         atk_object_set_name(named, gtk_label_get_text(GTK_LABEL(label)));
 }
 

@@ -13,9 +13,10 @@
 namespace accessible {
 
 // Ties the caption `label` to the widget it names (label-for and
-// labelled-by); a focusable `target` also takes the caption's text as its
-// accessible name, which is what a screen reader speaks when it gets the
-// focus. The caption keeps its look: it gets no mnemonic.
+// labelled-by); a `target` that is not itself a label (an entry, a list, a
+// drop-down, a text view) also takes the caption's text as its accessible
+// name, which is what a screen reader speaks when it gets the focus. The
+// caption keeps its look: it gets no mnemonic.
 void TieCaption(GtkWidget* label, GtkWidget* target);
 
 // Sets the window's accessible description (the request's header or

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "app/xvtui_exception.h"
+#include "base/Accessible.h"
 #include "base/Callback.h"
 #include "base/Countdown.h"
 
@@ -65,6 +66,7 @@ void MessageDialog::MessageGtkInit()
     g_object_add_weak_pointer(G_OBJECT(m_dialog), reinterpret_cast<gpointer*>(&m_dialog));
     gtk_widget_set_name(m_dialog, "xvtui-message");
     gtk_window_set_title(GTK_WINDOW(m_dialog), m_titleTerm.c_str());
+    accessible::DescribeWindow(m_dialog, Displayable(m_request.text));
     g_signal_connect(m_dialog, "response", G_CALLBACK(cbOnResponse), this);
     // Enter answers OK even while the check box has the focus (space toggles it).
     gtk_dialog_set_default_response(GTK_DIALOG(m_dialog), GTK_RESPONSE_OK);

@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "app/xvtui_exception.h"
+#include "base/Accessible.h"
 #include "base/Callback.h"
 #include "l10n/Cp1251.h"
 
@@ -40,11 +41,15 @@ struct EventFree {
 using EventPtr = std::unique_ptr<GdkEvent, EventFree>;
 
 // A label's text, changed only when it differs: setting a label re-lays the
-// window out, and a step comes with every motion event.
-void ShowText(GtkWidget* label, const std::string& text)
+// window out (and speaks through a screen reader), and a step comes with
+// every motion event. True when it changed.
+bool ShowText(GtkWidget* label, const std::string& text)
 {
-    if (text != gtk_label_get_text(GTK_LABEL(label)))
-        gtk_label_set_text(GTK_LABEL(label), text.c_str());
+    if (text == gtk_label_get_text(GTK_LABEL(label)))
+        return false;
+    gtk_label_set_text(GTK_LABEL(label), text.c_str());
+    accessible::NameAfterText(label);
+    return true;
 }
 
 gboolean cbOnMotionNotify(GtkWidget*, GdkEventMotion* event, gpointer data)
@@ -124,6 +129,9 @@ void RndmDialog::RndmGtkInit()
     m_progressBar = gtk_progress_bar_new();
     gtk_widget_set_name(m_progressBar, "xvtui-rndm-progress");
     gtk_widget_set_size_request(m_progressBar, kCancelWidth, kRowHeight);
+    // The bar it shows anyway; setting it gives the bar the range behind its
+    // accessible value, which would otherwise not exist until the first step.
+    gtk_progress_bar_set_fraction(GTK_PROGRESS_BAR(m_progressBar), 0.0);
     m_rndmCancelButton = gtk_button_new_with_label(m_cancelTerm.c_str());
     gtk_widget_set_name(m_rndmCancelButton, "xvtui-rndm-cancel");
     gtk_widget_set_size_request(m_rndmCancelButton, kCancelWidth, kRowHeight);
@@ -131,6 +139,12 @@ void RndmDialog::RndmGtkInit()
     gtk_box_pack_start(GTK_BOX(bottomRow), m_progressBar, TRUE, TRUE, 0);
     gtk_box_pack_start(GTK_BOX(bottomRow), m_rndmCancelButton, FALSE, FALSE, 0);
     gtk_box_pack_start(GTK_BOX(m_mainBox), bottomRow, FALSE, FALSE, 0);
+    // The instruction describes the window and names the bar; direction
+    // prompts are announced as they come, an empty one as nothing.
+    accessible::DescribeWindow(m_window, m_actionText);
+    accessible::TieCaption(m_actionLabel, m_progressBar);
+    accessible::SetRole(m_promptLabel, ATK_ROLE_ALERT);
+    accessible::SetName(m_promptLabel, "");
 
     gtk_widget_add_events(m_window, GDK_POINTER_MOTION_MASK | GDK_KEY_PRESS_MASK);
     g_signal_connect(m_window, "motion-notify-event", G_CALLBACK(cbOnMotionNotify), this);
@@ -243,7 +257,10 @@ bool RndmDialog::MotionStep(const GdkEventMotion& event)
             prompt = m_mouseLeftTerm.GetText();
     } else if (xvtui::protocol::AnnouncedMark(block) != 0) {
         m_actionText = m_addActionTerm.GetText();
-        ShowText(m_actionLabel, m_actionText);
+        if (ShowText(m_actionLabel, m_actionText)) {
+            accessible::DescribeWindow(m_window, m_actionText);
+            accessible::SetName(m_progressBar, m_actionText);
+        }
     }
     ShowText(m_promptLabel, prompt);
     return false;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/xvtui_exception.h"
+#include "base/Accessible.h"
 #include "base/Callback.h"
 
 namespace {
@@ -98,7 +99,9 @@ void SelectContainerDialog::SelectContainerGtkInit()
 
 void SelectContainerDialog::AddContainersList()
 {
-    AddLabel(m_mainBox, Displayable(m_localizer->Localize(kSelectLabelId)));
+    const std::string header = Displayable(m_localizer->Localize(kSelectLabelId));
+    GtkWidget* caption = AddLabel(m_mainBox, header);
+    accessible::DescribeWindow(m_window, header);
 
     m_treeView = gtk_tree_view_new();
     gtk_widget_set_name(m_treeView, "xvtui-containers");
@@ -132,6 +135,7 @@ void SelectContainerDialog::AddContainersList()
             gtk_tree_view_column_set_cell_data_func(column, renderer, cbOnCellData, this, nullptr);
     }
     gtk_tree_view_set_model(GTK_TREE_VIEW(m_treeView), GTK_TREE_MODEL(store));
+    accessible::TieCaption(caption, m_treeView); // the column titles name the table's columns
     g_object_unref(store);
 
     g_signal_connect(m_treeView, "row-activated", G_CALLBACK(cbOnRowActivated), this);
@@ -161,7 +165,7 @@ void SelectContainerDialog::AddContainersList()
 
 void SelectContainerDialog::AddContTypesRadioButtons()
 {
-    AddLabel(m_mainBox, Displayable(m_localizer->Localize(kShowByLabelId)));
+    GtkWidget* caption = AddLabel(m_mainBox, Displayable(m_localizer->Localize(kShowByLabelId)));
 
     const std::string friendly = Displayable(m_localizer->Localize(kFriendlyNameId));
     m_friendlyRadio = gtk_radio_button_new_with_label(nullptr, friendly.c_str());
@@ -177,6 +181,7 @@ void SelectContainerDialog::AddContTypesRadioButtons()
     gtk_box_pack_start(GTK_BOX(radioBox), m_friendlyRadio, FALSE, FALSE, 0);
     gtk_box_pack_start(GTK_BOX(radioBox), m_uniqueRadio, FALSE, FALSE, 0);
     gtk_box_pack_start(GTK_BOX(m_mainBox), radioBox, FALSE, FALSE, 0);
+    accessible::TieCaption(caption, radioBox); // the group; each button keeps its own label
 
     AddLabel(m_mainBox, "\n"); // space above the OK/Cancel row
 }

@@ -1,6 +1,7 @@
 #include "dialogs/select/SelectReaderDialog.h"
 
 #include "app/xvtui_exception.h"
+#include "base/Accessible.h"
 #include "base/Callback.h"
 #include "l10n/Cp1251.h"
 #include "l10n/VtuiLogic.h"
@@ -117,9 +118,11 @@ void SelectReaderDialog::SelectReaderGtkInit()
     gtk_widget_set_size_request(promptLabel, static_cast<int>(m_windowWidth) - kPromptMargin, -1);
     gtk_misc_set_alignment(GTK_MISC(promptLabel), 0, 0);
     gtk_box_pack_start(GTK_BOX(m_mainBox), promptLabel, FALSE, FALSE, 0);
+    accessible::DescribeWindow(m_window, prompt);
 
     if (!m_readers.empty()) {
         AddReadersListBox();
+        accessible::TieCaption(promptLabel, m_readersList);
         AddAppletsWidgets();
         AddAppletTextBox();
     } else {
@@ -183,6 +186,7 @@ void SelectReaderDialog::AddAppletsWidgets()
     gtk_widget_set_sensitive(m_appletCombo, m_readers[0].applets.size() >= 2);
     gtk_combo_box_set_active(GTK_COMBO_BOX(m_appletCombo), 0);
     gtk_box_pack_start(GTK_BOX(m_mainBox), m_appletCombo, FALSE, FALSE, 0);
+    accessible::TieCaption(label, m_appletCombo);
 }
 
 void SelectReaderDialog::AddAppletTextBox()
@@ -205,6 +209,7 @@ void SelectReaderDialog::AddAppletTextBox()
     gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scrolled), GTK_POLICY_AUTOMATIC, GTK_POLICY_AUTOMATIC);
     gtk_widget_set_size_request(scrolled, -1, kDescriptionHeight);
     gtk_container_add(GTK_CONTAINER(scrolled), view);
+    accessible::TieCaption(label, view);
     gtk_box_pack_start(GTK_BOX(m_mainBox), scrolled, FALSE, FALSE, 0);
 
     g_signal_connect(m_appletCombo, "changed", G_CALLBACK(cbOnAppletChanged), this);

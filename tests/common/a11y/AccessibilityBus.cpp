@@ -59,6 +59,18 @@ A11yNode Read(AtspiAccessible* object)
         g_clear_error(&error);
         g_object_unref(value);
     }
+    if (AtspiTable* table = atspi_accessible_get_table_iface(object)) {
+        const gint count = atspi_table_get_n_columns(table, &error);
+        g_clear_error(&error);
+        for (gint i = 0; i < count; ++i) {
+            AtspiAccessible* header = atspi_table_get_column_header(table, i, &error);
+            g_clear_error(&error);
+            node.columns.push_back(header != nullptr ? Take(atspi_accessible_get_name(header, &error), error) : "");
+            if (header != nullptr)
+                g_object_unref(header);
+        }
+        g_object_unref(table);
+    }
     if (GArray* relations = atspi_accessible_get_relation_set(object, &error)) {
         for (guint i = 0; i < relations->len; ++i) {
             AtspiRelation* relation = g_array_index(relations, AtspiRelation*, i);

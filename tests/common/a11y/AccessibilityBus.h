@@ -24,6 +24,7 @@ struct A11yNode {
     std::string description;
     std::optional<std::string> text;   // the Text interface's whole text
     std::optional<double> value;       // the Value interface's current value
+    std::vector<std::string> columns;  // a table's column headers, by their names
     std::vector<std::string> labelledBy; // names of the targets of these relations
     std::vector<std::string> labelFor;
     bool focused = false;

@@ -1,0 +1,117 @@
+// The random-data dialog as a screen reader finds it, and run with keys
+// alone; the test plays the parent.
+#include "client/RandomParent.h"
+#include "common/a11y/A11yDialog.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace testkit;
+using namespace xvtui::client;
+
+constexpr Millis kStepTimeout = 10s;
+const std::string kAction = "Move mouse cursor in window or press keys to provide random data";
+
+// The helper on screen with the test as its parent, its window focused.
+struct RandomOnScreen {
+    RandomOnScreen(AccessibilityBus& bus, Sandbox& sandbox, const StateRecord& initial)
+        : session(((bus.Prepare(sandbox)), HelperOptions(sandbox)), initial),
+          window(x.WaitForWindow(session.Process().Pid(), kWindowTimeout))
+    {
+        if (window == kNoWindow)
+            throw std::runtime_error("the helper showed no window");
+        x.Focus(window);
+    }
+    // One step the test answers with `state`.
+    void Answer(const StateRecord& state, std::uint32_t status = 0)
+    {
+        ASSERT_TRUE(session.NextStep(kStepTimeout).has_value());
+        ASSERT_TRUE(session.Reply(status, state, kStepTimeout));
+    }
+
+    XClient x;
+    RandomSession session;
+    XWindow window;
+};
+
+StateRecord Needing(std::uint64_t units)
+{
+    StateRecord state;
+    state.SetNeeded(units);
+    return state;
+}
+
+TEST(RndmA11y, InstructionNamesTheBarWhoseValueFollowsAndPromptsAreAnnounced)
+{
+    AccessibilityBus bus;
+    Sandbox sandbox;
+    RandomOnScreen dialog(bus, sandbox, Needing(4));
+    const pid_t pid = dialog.session.Process().Pid();
+    const A11yNode tree =
+        bus.WaitForWindow(pid, [](const A11yNode& n) { return n.role == "progress bar"; }, kWindowTimeout);
+    EXPECT_EQ(tree.description, kAction);
+    const A11yNode* bar = tree.FindRole("progress bar");
+    EXPECT_EQ(bar->name, kAction);
+    EXPECT_EQ(bar->labelledBy, std::vector<std::string>{kAction});
+    EXPECT_EQ(bar->value.value_or(-1), 0.0);
+    const A11yNode* prompt = tree.FindRole("alert");
+    ASSERT_NE(prompt, nullptr);
+    EXPECT_EQ(prompt->name, "");
+
+    // A motion answered with half gathered and a move to the right asked for.
+    StateRecord half = Needing(4);
+    half.SetGathered(2);
+    half.SetDirection(1);
+    half.SetPromptsEnabled(true);
+    half.SetPromptCounter(3);
+    const Rect origin = dialog.x.Geometry(dialog.window);
+    dialog.x.MovePointer(origin.x + 30, origin.y + 40);
+    dialog.Answer(half);
+    EXPECT_TRUE(bus.WaitForEvent(
+                       [](const A11yEvent& e) {
+                           return e.sourceRole == "alert" && e.type == "object:property-change:accessible-name" &&
+                                  e.sourceName == "Move mouse pointer right";
+                       },
+                       kWindowTimeout)
+                    .has_value());
+    // The next step shows the half on the bar.
+    dialog.x.PressKey("a");
+    dialog.Answer(half);
+    bus.WaitForWindow(
+        pid, [](const A11yNode& n) { return n.role == "progress bar" && n.value.value_or(0) > 0; }, kWindowTimeout);
+    dialog.x.PressKey("b");
+    dialog.Answer(half, 1);
+    const RunResult run = dialog.session.Finish(kAnswerTimeout);
+    EXPECT_EQ(run.exitStatus, 0);
+}
+
+// Keys alone: key steps until the parent is done, or space on the focused
+// Cancel button (its key is a step first).
+TEST(RndmKeyboard, AnsweredAndCancelledWithKeysOnly)
+{
+    const struct {
+        const char* what;
+        const char* key;
+        std::uint32_t status;
+        std::string output;
+        int exitStatus;
+    } cases[] = {
+        {"done after a key step", "x", 1, "", 0},
+        {"space on Cancel", "space", 0, "ret=2147942487", 87},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        AccessibilityBus bus;
+        Sandbox sandbox;
+        RandomOnScreen dialog(bus, sandbox, Needing(4));
+        dialog.x.PressKey(c.key);
+        dialog.Answer(Needing(4), c.status);
+        const RunResult run =
+            dialog.session.Serve([](const StepEvent&, StateRecord&) { return 0u; }, kAnswerTimeout);
+        EXPECT_EQ(run.output.view(), c.output);
+        EXPECT_EQ(run.exitStatus, c.exitStatus);
+    }
+}
+
+} // namespace
