@@ -102,9 +102,13 @@ private:
 };
 
 // Common frame of both directions: argument checks, the -1 length, the call.
+// `onePerUnit`: the code page has one byte per character, so every source
+// unit must give exactly one target unit. glibc's converters to such code
+// pages silently skip some characters they lack (the Unicode tag characters
+// U+E0000 to U+E007F); the count catches that and any other dropped unit.
 template <typename From, typename To>
 int convert(const char* toCharset, const char* fromCharset, const From* source, int sourceLength,
-            To* target, int targetLength)
+            To* target, int targetLength, bool onePerUnit)
 {
     if (toCharset == nullptr || fromCharset == nullptr || source == nullptr ||
         sourceLength == 0 || sourceLength < -1 || targetLength < 0 ||
@@ -144,6 +148,10 @@ int convert(const char* toCharset, const char* fromCharset, const From* source, 
     if (bytes < 0)
         return 0;
     const long long units = bytes / static_cast<long long>(sizeof(To));
+    if (onePerUnit && units != static_cast<long long>(count)) {
+        errno = EILSEQ;
+        return 0;
+    }
     if (units == 0 || units > INT_MAX) {
         errno = EOVERFLOW;
         return 0;
@@ -158,7 +166,8 @@ extern "C" {
 int MultiByteToWideChar(unsigned int codePage, unsigned long /*flags*/, const char* source,
                         int sourceLength, wchar_t* target, int targetLength)
 {
-    return convert(kWide, charsetOf(codePage), source, sourceLength, target, targetLength);
+    return convert(kWide, charsetOf(codePage), source, sourceLength, target, targetLength,
+                   codePage != TORVIK_CP_UTF8);
 }
 
 int WideCharToMultiByte(unsigned int codePage, unsigned long /*flags*/, const wchar_t* source,
@@ -168,7 +177,8 @@ int WideCharToMultiByte(unsigned int codePage, unsigned long /*flags*/, const wc
     // Nothing is ever substituted, whatever default character the caller offers.
     if (usedDefaultChar != nullptr)
         *usedDefaultChar = 0;
-    return convert(charsetOf(codePage), kWide, source, sourceLength, target, targetLength);
+    return convert(charsetOf(codePage), kWide, source, sourceLength, target, targetLength,
+                   codePage != TORVIK_CP_UTF8);
 }
 
 } // extern "C"
