@@ -72,6 +72,15 @@ gboolean cbOnKeyPressed(GtkWidget*, GdkEventKey* event, gpointer data)
     return FALSE; // the key goes on to the focused widget
 }
 
+// Key events that another X client made up with XSendEvent (the server marks
+// them send_event) end here, before the window's own handling, mnemonics or
+// the focused entry see them: only the keyboard types into a password entry.
+// Needs no dialog.
+gboolean cbOnForgedKey(GtkWidget*, GdkEventKey* event, gpointer)
+{
+    return event != nullptr && event->send_event != 0;
+}
+
 gboolean cbOnFocusIn(GtkWidget*, GdkEventFocus*, gpointer data)
 {
     callback::Forward<PasswordDialogBase>("cbOnFocusIn", data, &PasswordDialogBase::OnFocusIn);
@@ -200,6 +209,9 @@ void PasswordDialogBase::PasswordDialogBaseGtkInit(const std::string& title)
 
     g_signal_connect(m_okButton, "clicked", G_CALLBACK(cbOnOKClicked), this);
     g_signal_connect(m_window, "size-allocate", G_CALLBACK(cbOnResize), this);
+    // First, so that a forged key reaches no other handler.
+    g_signal_connect(m_window, "key-press-event", G_CALLBACK(cbOnForgedKey), nullptr);
+    g_signal_connect(m_window, "key-release-event", G_CALLBACK(cbOnForgedKey), nullptr);
     g_signal_connect(m_window, "key-press-event", G_CALLBACK(cbOnKeyPressed), this);
     g_signal_connect(m_window, "focus-in-event", G_CALLBACK(cbOnFocusIn), this);
     gtk_widget_set_size_request(m_window, kWindowWidth, -1);

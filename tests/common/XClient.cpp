@@ -272,6 +272,30 @@ void XClient::PressKey(const std::string& keysymName)
     XSync(m_dpy, False);
 }
 
+void XClient::ForgeKey(Window window, const std::string& keysymName)
+{
+    const KeySym sym = XStringToKeysym(keysymName.c_str());
+    const KeyCode code = sym != NoSymbol ? XKeysymToKeycode(m_dpy, sym) : 0;
+    if (code == 0)
+        throw Error("no key for keysym " + keysymName);
+    XEvent event{};
+    XKeyEvent& key = event.xkey;
+    key.display = m_dpy;
+    key.window = window;
+    key.root = m_root;
+    key.subwindow = None;
+    key.time = CurrentTime;
+    key.x = key.y = key.x_root = key.y_root = 1;
+    key.keycode = code;
+    key.same_screen = True;
+    ErrorTrap trap(m_dpy);
+    for (const int type : {KeyPress, KeyRelease}) {
+        key.type = type;
+        XSendEvent(m_dpy, window, True, type == KeyPress ? KeyPressMask : KeyReleaseMask, &event);
+    }
+    XSync(m_dpy, False);
+}
+
 void XClient::ClickCenter(const Rect& rect)
 {
     XTestFakeMotionEvent(m_dpy, -1, rect.x + rect.width / 2, rect.y + rect.height / 2, CurrentTime);

@@ -54,6 +54,9 @@ public:
     void TypeText(std::string_view utf8);
     // Presses and releases a key by keysym name ("Return", "Tab", "Caps_Lock").
     void PressKey(const std::string& keysymName);
+    // The same key press and release as another X client can forge them:
+    // XSendEvent to `window`, so the server marks them send_event.
+    void ForgeKey(XWindow window, const std::string& keysymName);
     void ClickCenter(const Rect& rect);
     // Moves the pointer to (x, y) of the root window: one motion event.
     void MovePointer(int x, int y);
