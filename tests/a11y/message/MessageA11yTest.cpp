@@ -11,7 +11,7 @@ using namespace xvtui::client;
 
 TEST(MessageA11y, TheMessageDescribesTheWindowAndTheBoxIsNamed)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     const std::string text = "Old keys were found on this carrier.";
     A11yDialog dialog(bus, sandbox, MessageRequest(130, text));

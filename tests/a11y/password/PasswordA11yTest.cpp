@@ -54,7 +54,7 @@ void ExpectEntriesNamed(const A11yNode& tree, std::vector<std::string> captions)
 
 TEST(PasswordA11y, PinEntryIsNamedAndItsWarningsAnnounced)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     PasswordRequestArgs args = KeyContainerArgs("6");
     args.triesLeft = "2";
@@ -101,7 +101,7 @@ TEST(PasswordA11y, PinEntryIsNamedAndItsWarningsAnnounced)
 // sends no event from the warning line.
 TEST(PasswordA11y, AnEmptyWarningStaysSilent)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     A11yDialog dialog(bus, sandbox, PinRequest(KeyContainerArgs(), 3, 3));
     const A11yNode* hint = dialog.Tree().FindRole("alert");
@@ -118,7 +118,7 @@ TEST(PasswordA11y, AnEmptyWarningStaysSilent)
 
 TEST(PasswordA11y, NewAndChangeEntriesAreNamedAndMismatchAnnounced)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     A11yDialog dialog(bus, sandbox, ChangePasswordRequest(KeyContainerArgs()));
     ExpectEntriesNamed(dialog.Tree(), {"Enter the PIN:", "New PIN:", "Confirm PIN:"});
@@ -144,7 +144,7 @@ TEST(PasswordA11y, NewAndChangeEntriesAreNamedAndMismatchAnnounced)
 // The countdown is a status bar whose changes reach the bus.
 TEST(PasswordA11y, TheCountdownIsAnnounced)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     sandbox.SetLocal("passwd_show_time", 600);
     A11yDialog dialog(bus, sandbox, NewPasswordRequest(KeyContainerArgs()));

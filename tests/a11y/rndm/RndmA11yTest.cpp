@@ -44,7 +44,7 @@ StateRecord Needing(std::uint64_t units)
 
 TEST(RndmA11y, InstructionNamesTheBarWhoseValueFollowsAndPromptsAreAnnounced)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     RandomOnScreen dialog(bus, sandbox, Needing(4));
     const pid_t pid = dialog.session.Process().Pid();
@@ -102,7 +102,7 @@ TEST(RndmKeyboard, AnsweredAndCancelledWithKeysOnly)
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        AccessibilityBus bus;
+        AccessibilityBus& bus = PrivateAccessibilityBus();
         Sandbox sandbox;
         RandomOnScreen dialog(bus, sandbox, Needing(4));
         dialog.x.PressKey(c.key);

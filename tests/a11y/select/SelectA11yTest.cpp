@@ -29,7 +29,7 @@ const A11yNode* Captioned(const A11yNode& tree, const std::string& role, const s
 
 TEST(SelectReaderA11y, ListDropDownAndDescriptionAreNamedByTheirCaptions)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     const std::string prompt = "Select the reader for the new key container";
     A11yDialog dialog(bus, sandbox, SelectReaderRequest(prompt, kTwoReaders));
@@ -51,7 +51,7 @@ TEST(SelectReaderA11y, ListDropDownAndDescriptionAreNamedByTheirCaptions)
 
 TEST(SelectContainerA11y, TableColumnsAndTheRadioGroupAreNamed)
 {
-    AccessibilityBus bus;
+    AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
     A11yDialog dialog(bus, sandbox,
                       ContainerRequest({{"First key", 0, "u-1", R"(\\.\HDIMAGE\one)"},

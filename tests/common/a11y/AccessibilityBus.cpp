@@ -360,4 +360,11 @@ void AccessibilityBus::Drain(Millis quiet)
     }
 }
 
+AccessibilityBus& PrivateAccessibilityBus()
+{
+    static AccessibilityBus bus;
+    bus.TakeEvents();
+    return bus;
+}
+
 } // namespace testkit

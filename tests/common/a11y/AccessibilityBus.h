@@ -50,6 +50,7 @@ struct A11yEvent {
     std::string data;       // the event's string payload, if it had one
 };
 
+// One per test process (libatspi connects once): see PrivateAccessibilityBus.
 class AccessibilityBus {
 public:
     // Starts the private session bus and connects this process to the
@@ -86,5 +87,9 @@ private:
     void* m_listener = nullptr; // AtspiEventListener
     std::vector<A11yEvent> m_events;
 };
+
+// The bus of this test process, started on first use and ended with the
+// process; events left from an earlier test are dropped.
+AccessibilityBus& PrivateAccessibilityBus();
 
 } // namespace testkit
