@@ -3,6 +3,7 @@
 #include "common/PasswordRequests.h"
 #include "common/a11y/A11yDialog.h"
 
+#include <glib.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -89,8 +90,12 @@ TEST(PasswordA11y, PinEntryIsNamedAndItsWarningsAnnounced)
     const A11yNode& typed = dialog.Reread();
     ExpectAbsent("Zq7", typed, events);
     ExpectAbsent("Xw9", typed, events);
-    ASSERT_NE(typed.FindRole("password text"), nullptr);
-    EXPECT_EQ(typed.FindRole("password text")->role, "password text");
+    // The entry's text is what the screen shows: one mask character a byte
+    // typed here, none of the typed ones.
+    const A11yNode* entry = typed.FindRole("password text");
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(g_utf8_strlen(entry->text.value_or("").c_str(), -1), 6);
+    EXPECT_EQ(entry->text.value_or("").find_first_of("Zq7Xw9"), std::string::npos);
 
     dialog.X().PressKey("Return");
     EXPECT_EQ(dialog.Dialog().Finish().exitStatus, 0);
