@@ -86,4 +86,18 @@ TEST(SelectContainer, ShortInputStillShowsTheDialog)
     EXPECT_EQ(run.output, Bytes(SelectAnswer(kTest1Utf8, "one")));
 }
 
+// The container dialog reads its own time-out: "choice_time" 0 cancels at
+// the first tick of the one-second timer.
+TEST(SelectContainer, ChoiceTimeZeroCancels)
+{
+    Sandbox sandbox;
+    sandbox.SetLocal("choice_time", 0);
+    XClient x;
+    ShownDialog dialog(ContainerRequest(1, {Item(kTest1, "u-1", "one")}), sandbox, x);
+    const auto took = RunsFor(dialog);
+    EXPECT_EQ(dialog.Finish().exitStatus, 110);
+    EXPECT_EQ(dialog.Output(), kCancelledText);
+    EXPECT_LT(took, 3s);
+}
+
 } // namespace

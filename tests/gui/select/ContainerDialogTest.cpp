@@ -130,6 +130,18 @@ TEST_F(ContainerDialog, RadioButtonsSwitchTheSecondColumn)
     EXPECT_STREQ(gtk_tree_view_column_get_title(d.Column(2)), "Unique name");
     GtkButton* unique = GTK_BUTTON(d.Find("xvtui-unique-radio"));
     GtkButton* friendly = GTK_BUTTON(d.Find("xvtui-friendly-radio"));
+    EXPECT_STREQ(gtk_button_get_label(friendly), "Friendly name");
+    EXPECT_STREQ(gtk_button_get_label(unique), "Unique name");
+    // The window's own labels, top to bottom: the countdown, the texts above
+    // the table and above the radio buttons, the space above OK and Cancel.
+    std::vector<std::string> labels;
+    GtkWidget* mainBox = gtk_widget_get_parent(gtk_widget_get_parent(GTK_WIDGET(friendly)));
+    GList* rows = gtk_container_get_children(GTK_CONTAINER(mainBox));
+    for (GList* row = rows; row != nullptr; row = row->next)
+        if (GTK_IS_LABEL(row->data))
+            labels.push_back(gtk_label_get_text(GTK_LABEL(row->data)));
+    g_list_free(rows);
+    EXPECT_EQ(labels, (std::vector<std::string>{"", "Select a key container:", "Show the containers by:", "\n"}));
     EXPECT_EQ(d.Shown(), "110");
     gtk_button_clicked(unique);
     EXPECT_EQ(d.Shown(), "101");
