@@ -100,10 +100,8 @@ std::array<unsigned char, kStepReplySize> EncodeReply(std::uint32_t status, cons
 std::size_t ReadWatched(const Pipe& pipe, void* buffer, std::size_t size, std::chrono::milliseconds interval,
                         const KeepWaiting& keepWaiting)
 {
-    auto* bytes = static_cast<unsigned char*>(buffer);
     const int slice = static_cast<int>(std::clamp<long long>(interval.count(), 1, INT_MAX));
-    std::size_t got = 0;
-    while (got < size) {
+    while (size > 0) {
         pollfd entry{pipe.In(), POLLIN, 0};
         const int ready = ::poll(&entry, 1, slice);
         if (ready < 0 && errno == EINTR)
@@ -115,14 +113,15 @@ std::size_t ReadWatched(const Pipe& pipe, void* buffer, std::size_t size, std::c
                 break;
             continue;
         }
-        // Readable, at its end, or in error: the read tells which.
-        const ssize_t n = ::read(pipe.In(), bytes + got, size - got);
+        // Readable, at its end, or in error: the read tells which. It takes
+        // what has arrived, as one read of a blocking pipe would.
+        const ssize_t n = ::read(pipe.In(), buffer, size);
         if (n > 0)
-            got += static_cast<std::size_t>(n);
-        else if (n == 0 || (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK))
+            return static_cast<std::size_t>(n);
+        if (n == 0 || (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK))
             break;
     }
-    return got;
+    return 0;
 }
 
 bool SendStep(const Pipe& pipe, const StepEvent& event)
@@ -139,14 +138,15 @@ bool SendStep(const Pipe& pipe, const StepEvent& event)
 std::uint32_t ReceiveReply(const Pipe& pipe, StateRecord& state, unsigned char* privateBlock,
                            std::chrono::milliseconds interval, const KeepWaiting& keepWaiting)
 {
-    // Status and record in one read where the parent wrote them at once.
-    std::array<unsigned char, kStepReplySize> reply;
-    const std::size_t got = ReadWatched(pipe, reply.data(), reply.size(), interval, keepWaiting);
+    // Two reads, as the parent's two pieces: a reply cut short ends its read
+    // with what came, and the next step follows instead of waiting for the
+    // rest. The status bytes that did not come count as 0.
+    std::array<unsigned char, sizeof(std::uint32_t)> statusBytes{};
+    const std::size_t got = ReadWatched(pipe, statusBytes.data(), statusBytes.size(), interval, keepWaiting);
     std::uint32_t status = 0;
-    if (got >= sizeof status)
-        std::memcpy(&status, reply.data(), sizeof status);
-    if (got > sizeof status)
-        std::memcpy(state.Data(), reply.data() + sizeof status, got - sizeof status);
+    std::memcpy(&status, statusBytes.data(), sizeof status);
+    if (got > 0)
+        ReadWatched(pipe, state.Data(), kStateRecordSize, interval, keepWaiting);
     state.AttachPrivateBlock(privateBlock);
     return status;
 }

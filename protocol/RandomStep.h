@@ -146,18 +146,21 @@ std::array<unsigned char, kStepReplySize> EncodeReply(std::uint32_t status, cons
 // Asked while a read waits for the parent: false gives the wait up.
 using KeepWaiting = std::function<bool()>;
 
-// The helper's side. Reads up to `size` bytes like Pipe::Read, but while
-// nothing arrives asks `keepWaiting` every `interval`, and stops with what has
-// arrived once it says no (the parent is gone while its pipe stays open).
+// The helper's side. One read of up to `size` bytes, as on a blocking pipe:
+// waits until something arrives and takes what has arrived (0 at the end of
+// the input). While nothing arrives it asks `keepWaiting` every `interval`,
+// and gives up with 0 once it says no (the parent is gone while its pipe
+// stays open).
 std::size_t ReadWatched(const Pipe& pipe, void* buffer, std::size_t size, std::chrono::milliseconds interval,
                         const KeepWaiting& keepWaiting);
 
 // Writes a step message, each field in its own write; false when a write failed.
 bool SendStep(const Pipe& pipe, const StepEvent& event);
 
-// Reads a reply over `state`: a status (0 when fewer than four bytes come),
-// then the record straight over the old one (a short read leaves the rest as
-// it was), then puts `privateBlock` back into its first 8 bytes.
+// Reads a reply over `state`, each part in one ReadWatched: the status (bytes
+// that do not come count as 0), then the record straight over the old one (a
+// short read leaves the rest as it was); then puts `privateBlock` back into
+// the record's first 8 bytes.
 std::uint32_t ReceiveReply(const Pipe& pipe, StateRecord& state, unsigned char* privateBlock,
                            std::chrono::milliseconds interval, const KeepWaiting& keepWaiting);
 

@@ -156,6 +156,42 @@ TEST(Random, CloseAndTimeOutCancel)
     }
 }
 
+// Records cut short while the parent keeps its pipe open and waits for the
+// next step: the first record and a reply's record are each taken as they
+// come (the rest stays as it was), and the steps go on.
+TEST(Random, ShortRecordsAreTakenAsTheyCome)
+{
+    Sandbox sandbox;
+    XClient x;
+    LaunchOptions options = HelperOptions(sandbox);
+    options.conversation = true;
+    HelperProcess helper(RandomRequest(), options);
+    const std::string shortRecord(100, '\0');
+    ASSERT_TRUE(helper.Send(shortRecord, kStepTimeout));
+    const XWindow window = x.WaitForWindow(helper.Pid(), kWindowTimeout);
+    ASSERT_NE(window, kNoWindow) << "the first record waits for bytes that never come";
+    x.Focus(window);
+    const Rect origin = x.Geometry(window);
+    const auto step = [&helper](int x) {
+        std::array<unsigned char, xvtui::protocol::kStepMessageSize> bytes{};
+        ASSERT_EQ(helper.Receive(bytes.data(), bytes.size(), kStepTimeout), bytes.size()) << "no step came";
+        const std::optional<StepEvent> event = xvtui::protocol::DecodeStep(bytes);
+        ASSERT_TRUE(event.has_value());
+        EXPECT_EQ(*event, (StepEvent{kMotion, event->time, x, 40}));
+    };
+    x.MovePointer(origin.x + 30, origin.y + 40);
+    step(30);
+    ASSERT_TRUE(helper.Send(std::string(4, '\0') + shortRecord, kStepTimeout)); // status 0
+    x.MovePointer(origin.x + 31, origin.y + 40);
+    step(31);
+    const auto done = xvtui::protocol::EncodeReply(1, StateRecord{});
+    ASSERT_TRUE(helper.Send(std::string_view(reinterpret_cast<const char*>(done.data()), done.size()), kStepTimeout));
+    helper.EndInput();
+    const RunResult run = helper.Finish(kAnswerTimeout);
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(run.output.view(), "");
+}
+
 // A parent that dies while the helper waits for its reply, its pipes still
 // open elsewhere: the helper does not hang in the read but ends with 109.
 TEST(Random, ParentDyingDuringAStepEndsWithBrokenPipe)
