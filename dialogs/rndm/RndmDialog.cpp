@@ -218,11 +218,14 @@ bool RndmDialog::OnMotionNotify(GdkEventMotion& event)
     // Motion events of this window that wait behind this one are taken here,
     // a few at a time: each would otherwise cost a main-loop turn and two
     // signal emissions. The first other event read from X is handled at once,
-    // as the main loop would have handled it next, so the order stays.
+    // as the main loop would have handled it next, so the order stays. A due
+    // tick of the base timer ends the batch: the main loop runs it after one
+    // more event, as it would between single events, so a slow parent cannot
+    // hold off the time-out, the countdown or the parent watch.
     const auto isOurMotion = [&event](const GdkEvent& next) {
         return next.type == GDK_MOTION_NOTIFY && next.motion.window == event.window;
     };
-    for (int taken = 0; taken < kMotionBatch; ++taken) {
+    for (int taken = 0; taken < kMotionBatch && !TimerDue(); ++taken) {
         if (const EventPtr queued{gdk_event_peek()}; queued != nullptr ? !isOurMotion(*queued) : !gdk_events_pending())
             break; // the toolkit's queue holds another event first, or nothing waits
         const EventPtr next{gdk_event_get()};
@@ -236,6 +239,15 @@ bool RndmDialog::OnMotionNotify(GdkEventMotion& event)
             return true;
     }
     return false;
+}
+
+bool RndmDialog::TimerDue() const
+{
+    GSource* timer = m_timerId != 0 ? g_main_context_find_source_by_id(nullptr, m_timerId) : nullptr;
+    if (timer == nullptr)
+        return false;
+    const gint64 due = g_source_get_ready_time(timer); // monotonic; -1: not by time
+    return due >= 0 && due <= g_get_monotonic_time();
 }
 
 bool RndmDialog::MotionStep(const GdkEventMotion& event)

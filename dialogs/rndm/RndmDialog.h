@@ -76,6 +76,8 @@ private:
     bool Step(const xvtui::protocol::StepEvent& event);
     // A motion's step and what the reply shows: true when the parent is done.
     bool MotionStep(const GdkEventMotion& event);
+    // The base timer's tick is due: queued motions wait for the main loop.
+    bool TimerDue() const;
     // Between polls of a blocked read: false once the parent is gone.
     bool ParentAlive();
 

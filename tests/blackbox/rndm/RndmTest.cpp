@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <thread>
 
 namespace {
 
@@ -154,6 +155,25 @@ TEST(Random, CloseAndTimeOutCancel)
         EXPECT_EQ(run.output.view(), "ret=2148532334");
         EXPECT_EQ(run.exitStatus, 110);
     }
+}
+
+// A slow parent while motions wait far ahead: the time-out ("bio_time" 1:
+// the second tick, about 2 s after start) still ends the dialog on time, not
+// after the queued motions have all been served.
+TEST(Random, SlowParentDoesNotHoldOffTheTimeOut)
+{
+    RandomDialog dialog({.bioTime = 1});
+    for (int i = 0; i < 120; ++i)
+        dialog.MoveTo(10 + i, 10);
+    std::size_t steps = 0;
+    const RunResult run = dialog.session.Serve(
+        [](const StepEvent&, StateRecord&) {
+            std::this_thread::sleep_for(100ms); // the parent's own work on a step
+            return 0u;
+        },
+        kAnswerTimeout, &steps);
+    EXPECT_EQ(run.output.view(), "ret=2148532334");
+    EXPECT_LE(steps, 30u) << "about 20 steps of 100 ms fit in the 2 s";
 }
 
 // Records cut short while the parent keeps its pipe open and waits for the
