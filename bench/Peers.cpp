@@ -8,6 +8,7 @@
 #include "client/HelperProcess.h"
 #include "client/PasswordRequest.h"
 #include "client/RandomParent.h"
+#include "client/ContainerRequest.h"
 #include "client/ReaderRequest.h"
 #include "client/Request.h"
 #include "common/PasswordRequests.h"
@@ -188,6 +189,12 @@ std::vector<Contestant> AllContestants(const std::string& helper)
              [] {
                  return client::SelectReaderRequest(
                      "", {{{"1", "2"}, {"Token", "Smart card"}, "Reader 0"}, {{"1"}, {"Token"}, "Reader 1"}});
+             }),
+        ours("container", Kind::Ours,
+             [] {
+                 return client::ContainerRequest({{"Keys of the year", client::kUtf8CodePage, "", "keys-2026"},
+                                                  {"Old keys", client::kUtf8CodePage, "", "keys-2025"},
+                                                  {"Signing key", client::kUtf8CodePage, "", "sign"}});
              }),
         Contestant{"random", Kind::Ours, helper,
                    [](const client::LaunchOptions& launch) {
