@@ -6,7 +6,9 @@
 // at search time in secure storage that the search skips.
 #include "PasswordGuiSupport.h"
 
+#include <climits>
 #include <fstream>
+#include <malloc.h>
 #include <vector>
 
 namespace {
@@ -33,6 +35,11 @@ std::vector<std::string> FindCopies(const Char* needle, std::size_t length, std:
     std::vector<bool> startsRun(65536); // a byte pair that starts no run is skipped at once
     for (std::size_t start = 0; start + kWindow <= length; ++start)
         startsRun[pair(bytes + start * sizeof(Char))] = true;
+    // The search allocates as it reads the list of mappings: the allocator
+    // must not give memory back meanwhile (a trimmed heap's end, an unmapped
+    // large block), or a listed mapping would go while it is searched.
+    mallopt(M_TRIM_THRESHOLD, INT_MAX);
+    mallopt(M_MMAP_THRESHOLD, 32 * 1024 * 1024);
     std::vector<std::string> found;
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
