@@ -16,7 +16,8 @@ $SUDO apt-get install -y --no-install-recommends \
     dbus at-spi2-core libatk-adaptor libgail-common libatspi2.0-dev \
     locales libc-bin ca-certificates \
     scdoc man-db \
-    dpkg-dev debhelper fakeroot lintian debootstrap
+    dpkg-dev debhelper fakeroot lintian debootstrap \
+    clang libclang-rt-14-dev valgrind
 
 # The Russian texts are chosen by the message locale; a locale that is not
 # generated silently falls back to C.

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -19,12 +20,25 @@ namespace testkit {
 
 using namespace std::chrono_literals;
 
-inline constexpr Millis kWindowTimeout = 15s;
-inline constexpr Millis kAnswerTimeout = 15s;
+// The helper: the built one, or the command XVTUI_TEST_HELPER names (the
+// memcheck preset's wrapper, which runs the built one under valgrind).
+inline const char* HelperWrapper()
+{
+    const char* wrapper = std::getenv("XVTUI_TEST_HELPER");
+    return wrapper != nullptr && *wrapper != '\0' ? wrapper : nullptr;
+}
+inline std::string HelperPath()
+{
+    return HelperWrapper() != nullptr ? HelperWrapper() : XVTUI_BINARY;
+}
+
+// Under valgrind a window takes many seconds to appear.
+inline const Millis kWindowTimeout = HelperWrapper() != nullptr ? Millis(120s) : Millis(15s);
+inline const Millis kAnswerTimeout = kWindowTimeout;
 
 inline xvtui::client::LaunchOptions HelperOptions(const Sandbox& sandbox, bool intermediateParent = false)
 {
-    return {.helper = XVTUI_BINARY, .environment = sandbox.Environment(), .intermediateParent = intermediateParent};
+    return {.helper = HelperPath(), .environment = sandbox.Environment(), .intermediateParent = intermediateParent};
 }
 
 // A request that never shows a window, run to its end.
