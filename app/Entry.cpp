@@ -1,6 +1,7 @@
 #include "app/Entry.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <exception>
 #include <memory>
@@ -19,6 +20,8 @@
 namespace {
 
 constexpr unsigned long kErrorLevel = 1;
+// How long a "ret=" text without a dialog waits for room: the default total time-out.
+constexpr std::chrono::seconds kLastWordLimit{600};
 
 void LogError(const TSupportPrint* log, const char* text, int line)
 {
@@ -30,15 +33,19 @@ void LogError(const TSupportPrint* log, const char* text, int line)
 // three standard descriptors closed, the next file opened (the log, the X
 // connection) would take its number, and the answer would be written into
 // that file or the request read from it: /dev/null fills such a gap first.
-void OpenMissingStandardDescriptors()
+// True when standard output was one of them: no answer can reach anyone.
+bool OpenMissingStandardDescriptors()
 {
+    bool outputMissing = false;
     for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
         if (fcntl(fd, F_GETFD) != -1 || errno != EBADF)
             continue;
+        outputMissing = outputMissing || fd == STDOUT_FILENO;
         const int opened = open("/dev/null", fd == STDIN_FILENO ? O_RDONLY : O_WRONLY);
         if (opened > STDERR_FILENO)
             close(opened); // not the gap, so nothing to fill
     }
+    return outputMissing;
 }
 
 // Runs `body` and returns its result code, or the code of the exception it
@@ -64,7 +71,7 @@ std::uint32_t Guarded(const TSupportPrint* log, Body body)
 
 int RunEntry(int argc, char** argv)
 {
-    OpenMissingStandardDescriptors();
+    const bool outputMissing = OpenMissingStandardDescriptors();
     const xvtui::protocol::Pipe out = xvtui::protocol::Pipe::Standard();
     TSupportPrint* log = support_print_init(nullptr, "xvtui", 0, 127);
     if (argc < 2 || argv == nullptr || argv[1] == nullptr) {
@@ -74,6 +81,14 @@ int RunEntry(int argc, char** argv)
         unclosedLog = log;
         out.Write(xvtui::protocol::kUsageText);
         return 1;
+    }
+    // Nobody could read the answer: no dialog is shown for it.
+    if (outputMissing || BaseDialog::CheckBrokenPipe()) {
+        const xvtui_exception lost(ResultCode::BrokenPipe, "main", "standard output is closed");
+        LogError(log, lost.what(), __LINE__);
+        BaseDialog::WatchedPipe(out, kLastWordLimit).Write(xvtui::protocol::RetText(lost.GetCode()));
+        support_print_done(log);
+        return static_cast<int>(lost.GetCode());
     }
 
     std::unique_ptr<BaseDialog> dialog;
@@ -95,9 +110,11 @@ int RunEntry(int argc, char** argv)
         if (result == ResultCode::Answered && !printed)
             result = ResultCode::Failed;
     }
-    // A reader that is gone makes this fail (SIGPIPE is ignored); the status stays.
+    // Written while the parent is there to read it, and no longer than a
+    // dialog waits; a reader that is gone makes this fail, the status stays.
     if (result != ResultCode::Answered)
-        out.Write(xvtui::protocol::RetText(result));
+        BaseDialog::WatchedPipe(out, dialog != nullptr ? dialog->WaitLimit() : kLastWordLimit)
+            .Write(xvtui::protocol::RetText(result));
     support_print_done(log);
     dialog.reset();
     return static_cast<int>(result);

@@ -1,5 +1,6 @@
 #include "base/BaseDialog.h"
 
+#include <algorithm>
 #include <climits>
 #include <optional>
 
@@ -28,6 +29,8 @@ const unsigned BaseDialog::m_windowHeight = 470;
 namespace {
 
 constexpr guint kTimerIntervalMs = 1000;
+// How often a wait on the parent's pipes looks whether the parent is still there.
+constexpr std::chrono::milliseconds kParentCheckInterval{100};
 constexpr gint kButtonWidth = 90;
 constexpr gint kButtonHeight = 28;
 constexpr guint kWindowBorder = 15;
@@ -84,6 +87,11 @@ BaseDialog::BaseDialog(DialogKind dialogKind, const std::string& timeKey, const 
     m_showTime = GetTimeout(showTimeKey, 60);
     m_resumeTime = GetTimeout(resumeTimeKey, 0);
     m_timerId = 0;
+    // A message dialog's total of 0 turns its time-out off; for the others it
+    // is over at the first tick, a second after start.
+    m_waitLimit = dialogKind == DialogKind::Message && m_timeLeft == 0
+                      ? std::chrono::seconds::max()
+                      : std::chrono::seconds(std::max<std::uint32_t>(m_timeLeft, 1));
     OriginalParent();
     m_localizer = std::make_unique<CSPLocalizer>();
     if (dialogKind == DialogKind::Message) {
@@ -305,6 +313,42 @@ std::string BaseDialog::Displayable(const std::string& text)
     std::string result(valid);
     g_free(valid);
     return result;
+}
+
+xvtui::protocol::Pipe BaseDialog::WatchedPipe(const xvtui::protocol::Pipe& pipe, std::chrono::seconds limit)
+{
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point now = Clock::now();
+    // A limit that no clock reaches is no limit.
+    const Clock::time_point deadline = limit >= std::chrono::duration_cast<std::chrono::seconds>(Clock::time_point::max() - now)
+                                           ? Clock::time_point::max()
+                                           : now + limit;
+    return pipe.Watched({kParentCheckInterval, deadline, [] { return !CheckBrokenPipe(); }});
+}
+
+xvtui::protocol::Pipe BaseDialog::WatchedInput(const xvtui::protocol::Pipe& pipe) const
+{
+    return WatchedPipe(pipe, std::chrono::seconds(std::max<std::uint32_t>(m_timeLeft, 1)));
+}
+
+void BaseDialog::RaiseIfGaveUp(const xvtui::protocol::Pipe& watched, const char* function)
+{
+    switch (watched.GaveUp()) {
+    case xvtui::protocol::GiveUp::No:
+        return;
+    case xvtui::protocol::GiveUp::TimedOut:
+        throw xvtui_exception(ResultCode::Cancelled, function, "time-out while waiting for the parent");
+    case xvtui::protocol::GiveUp::ParentLost:
+    case xvtui::protocol::GiveUp::Failed:
+        break;
+    }
+    throw xvtui_exception(ResultCode::BrokenPipe, function, "broken pipe");
+}
+
+void BaseDialog::WriteAnswer(const xvtui::protocol::Pipe& pipe, std::string_view bytes) const
+{
+    if (!WatchedPipe(pipe, m_waitLimit).Write(bytes))
+        throw xvtui_exception(ResultCode::BrokenPipe, "PrintResultToPipe", "broken pipe");
 }
 
 bool BaseDialog::CheckBrokenPipe()

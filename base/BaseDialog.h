@@ -25,15 +25,19 @@
 #ifndef XVTUI_BASE_BASEDIALOG_H
 #define XVTUI_BASE_BASEDIALOG_H
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include <gtk/gtk.h>
 
 #include "l10n/CSPLocalizer.h"
 #include "l10n/LocalizedText.h"
 #include "protocol/DialogKind.h"
+#include "protocol/Pipe.h"
 
 using xvtui::protocol::DialogKind;
 
@@ -81,6 +85,13 @@ public:
     // and GTK warns about, or cuts, invalid UTF-8).
     static std::string Displayable(const std::string& text);
 
+    // How long a wait on the parent may last: the dialog's total time-out, at
+    // least a second (none for a message dialog whose time-out is off).
+    std::chrono::seconds WaitLimit() const { return m_waitLimit; }
+    // `pipe` under the parent watch: the parent is checked about every 100 ms
+    // (CheckBrokenPipe), and no wait goes on past `limit` from now.
+    static xvtui::protocol::Pipe WatchedPipe(const xvtui::protocol::Pipe& pipe, std::chrono::seconds limit);
+
     // Members behind the GTK callbacks (public for base/Callback.h).
     bool OnTimer();
     void OnCancelClicked();
@@ -101,6 +112,17 @@ protected:
     // shown has none to quit.
     static void QuitMainLoop();
 
+    // Every read from the parent goes through a watched pipe: this one waits
+    // no longer than the time the dialog has left (at least a second).
+    xvtui::protocol::Pipe WatchedInput(const xvtui::protocol::Pipe& pipe) const;
+    // After reads on a watched pipe: a lost parent (or a failed descriptor)
+    // raises 109 "broken pipe"; a wait that reached its limit ends the dialog
+    // as its time-out does, raising ResultCode::Cancelled.
+    static void RaiseIfGaveUp(const xvtui::protocol::Pipe& watched, const char* function);
+    // Writes the whole answer under the parent watch (WaitLimit), or raises
+    // 109 "broken pipe": an answer is delivered whole or the run fails.
+    void WriteAnswer(const xvtui::protocol::Pipe& pipe, std::string_view bytes) const;
+
     GtkWidget* m_window = nullptr;          // top-level window; null once destroyed
     GtkWidget* m_mainBox = nullptr;         // vertical box, the window's only child
     GtkWidget* m_buttonAlignment = nullptr; // OK/Cancel row, bottom right; not packed
@@ -113,6 +135,7 @@ protected:
     std::uint32_t m_showTime = 0;   // the countdown shows while m_timeLeft <= this
     std::uint32_t m_resumeTime = 0; // m_timeLeft after user activity; 0: never reset
     std::uint32_t m_timerId = 0;    // GLib source of the one-second timer; 0: none
+    std::chrono::seconds m_waitLimit; // see WaitLimit
 
     static LocalizedText m_okTerm;       // "OK"
     static LocalizedText m_cancelTerm;   // "Cancel"

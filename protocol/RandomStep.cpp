@@ -1,13 +1,9 @@
 #include "protocol/RandomStep.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <climits>
 #include <cmath>
 #include <limits>
 
-#include <poll.h>
-#include <unistd.h>
 
 namespace xvtui::protocol {
 namespace {
@@ -100,28 +96,7 @@ std::array<unsigned char, kStepReplySize> EncodeReply(std::uint32_t status, cons
 std::size_t ReadWatched(const Pipe& pipe, void* buffer, std::size_t size, std::chrono::milliseconds interval,
                         const KeepWaiting& keepWaiting)
 {
-    const int slice = static_cast<int>(std::clamp<long long>(interval.count(), 1, INT_MAX));
-    while (size > 0) {
-        pollfd entry{pipe.In(), POLLIN, 0};
-        const int ready = ::poll(&entry, 1, slice);
-        if (ready < 0 && errno == EINTR)
-            continue;
-        if (ready < 0)
-            break;
-        if (ready == 0) {
-            if (keepWaiting && !keepWaiting())
-                break;
-            continue;
-        }
-        // Readable, at its end, or in error: the read tells which. It takes
-        // what has arrived, as one read of a blocking pipe would.
-        const ssize_t n = ::read(pipe.In(), buffer, size);
-        if (n > 0)
-            return static_cast<std::size_t>(n);
-        if (n == 0 || (errno != EINTR && errno != EAGAIN && errno != EWOULDBLOCK))
-            break;
-    }
-    return 0;
+    return pipe.Watched(Watch{.interval = interval, .keepWaiting = keepWaiting}).ReadSome(buffer, size);
 }
 
 bool SendStep(const Pipe& pipe, const StepEvent& event)
@@ -138,15 +113,20 @@ bool SendStep(const Pipe& pipe, const StepEvent& event)
 std::uint32_t ReceiveReply(const Pipe& pipe, StateRecord& state, unsigned char* privateBlock,
                            std::chrono::milliseconds interval, const KeepWaiting& keepWaiting)
 {
+    return ReceiveReply(pipe.Watched(Watch{.interval = interval, .keepWaiting = keepWaiting}), state, privateBlock);
+}
+
+std::uint32_t ReceiveReply(const Pipe& pipe, StateRecord& state, unsigned char* privateBlock)
+{
     // Two reads, as the parent's two pieces: a reply cut short ends its read
     // with what came, and the next step follows instead of waiting for the
     // rest. The status bytes that did not come count as 0.
     std::array<unsigned char, sizeof(std::uint32_t)> statusBytes{};
-    const std::size_t got = ReadWatched(pipe, statusBytes.data(), statusBytes.size(), interval, keepWaiting);
+    const std::size_t got = pipe.ReadSome(statusBytes.data(), statusBytes.size());
     std::uint32_t status = 0;
     std::memcpy(&status, statusBytes.data(), sizeof status);
     if (got > 0)
-        ReadWatched(pipe, state.Data(), kStateRecordSize, interval, keepWaiting);
+        pipe.ReadSome(state.Data(), kStateRecordSize);
     state.AttachPrivateBlock(privateBlock);
     return status;
 }

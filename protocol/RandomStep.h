@@ -143,14 +143,11 @@ void SetAnnouncedMark(unsigned char* block, std::uint32_t value);
 // The parent's reply: status, then the record.
 std::array<unsigned char, kStepReplySize> EncodeReply(std::uint32_t status, const StateRecord& state);
 
-// Asked while a read waits for the parent: false gives the wait up.
-using KeepWaiting = std::function<bool()>;
-
 // The helper's side. One read of up to `size` bytes, as on a blocking pipe:
 // waits until something arrives and takes what has arrived (0 at the end of
 // the input). While nothing arrives it asks `keepWaiting` every `interval`,
 // and gives up with 0 once it says no (the parent is gone while its pipe
-// stays open).
+// stays open): Pipe::ReadSome on a pipe watched without a deadline.
 std::size_t ReadWatched(const Pipe& pipe, void* buffer, std::size_t size, std::chrono::milliseconds interval,
                         const KeepWaiting& keepWaiting);
 
@@ -163,6 +160,9 @@ bool SendStep(const Pipe& pipe, const StepEvent& event);
 // the record's first 8 bytes.
 std::uint32_t ReceiveReply(const Pipe& pipe, StateRecord& state, unsigned char* privateBlock,
                            std::chrono::milliseconds interval, const KeepWaiting& keepWaiting);
+// The same on `pipe` as it is, each part one Pipe::ReadSome (a watched pipe:
+// Pipe::Watched).
+std::uint32_t ReceiveReply(const Pipe& pipe, StateRecord& state, unsigned char* privateBlock);
 
 } // namespace xvtui::protocol
 

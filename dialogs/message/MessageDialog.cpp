@@ -96,8 +96,7 @@ std::uint32_t MessageDialog::ShowDialog()
 
 void MessageDialog::PrintResultToPipe() const
 {
-    // A parent that is gone gets nothing; the exit status still tells.
-    m_pipe.Write(xvtui::protocol::EncodeMessageAnswer(m_dontShowWarning).view());
+    WriteAnswer(m_pipe, xvtui::protocol::EncodeMessageAnswer(m_dontShowWarning).view());
 }
 
 bool MessageDialog::IsOldKeysWarning() const

@@ -19,7 +19,9 @@ void cbToggleCheckButton(GtkToggleButton* button, gpointer data)
 PasswordDialogOneEntry::PasswordDialogOneEntry(const PasswordDialogInfo& info, const xvtui::protocol::Pipe& pipe)
     : PasswordDialogBase(info, pipe)
 {
-    m_boxControls = xvtui::protocol::ReadCheckBoxWords(m_pipe);
+    const xvtui::protocol::Pipe input = WatchedInput(m_pipe);
+    m_boxControls = xvtui::protocol::ReadCheckBoxWords(input);
+    RaiseIfGaveUp(input, "PasswordDialogOneEntry");
     PasswordDialogBaseGtkInit(info.title);
     m_triesLeftText = VtuiLogic::get_tries_warning_string(static_cast<unsigned>(info.triesLeft), m_passwordTerm);
     m_currentTerm = m_passwordTerm;
@@ -138,7 +140,6 @@ void PasswordDialogOneEntry::OnOKClicked()
 
 void PasswordDialogOneEntry::PrintResultToPipe() const
 {
-    // The answer's block is wiped when it goes out of scope; a parent that is
-    // gone gets nothing, the exit status still tells.
-    m_pipe.Write(xvtui::protocol::EncodeOneEntryAnswer(m_savePassword, m_dontCache, m_password.view()).view());
+    // The answer's block is wiped when it goes out of scope.
+    WriteAnswer(m_pipe, xvtui::protocol::EncodeOneEntryAnswer(m_savePassword, m_dontCache, m_password.view()).view());
 }

@@ -91,5 +91,5 @@ void PasswordDialogThreeEntry::OnFocusChanged()
 void PasswordDialogThreeEntry::PrintResultToPipe() const
 {
     // The answer's block is wiped when it goes out of scope.
-    m_pipe.Write(xvtui::protocol::EncodeThreeEntryAnswer(m_currentPassword.view(), m_newPassword.view()).view());
+    WriteAnswer(m_pipe, xvtui::protocol::EncodeThreeEntryAnswer(m_currentPassword.view(), m_newPassword.view()).view());
 }

@@ -68,5 +68,5 @@ void PasswordDialogTwoEntry::OnFocusChanged()
 void PasswordDialogTwoEntry::PrintResultToPipe() const
 {
     // The answer's block is wiped when it goes out of scope.
-    m_pipe.Write(xvtui::protocol::EncodeTwoEntryAnswer(m_newPassword.view()).view());
+    WriteAnswer(m_pipe, xvtui::protocol::EncodeTwoEntryAnswer(m_newPassword.view()).view());
 }

@@ -26,8 +26,6 @@ LocalizedText RndmDialog::m_mouseRightTerm{"Move mouse pointer right", CP1251_TE
 
 namespace {
 
-// How often a read that waits for the parent looks whether it is still there.
-constexpr std::chrono::milliseconds kParentCheckInterval{100};
 constexpr gint kRowHeight = 30;
 constexpr gint kCancelWidth = 90;
 constexpr gint kRowSpacing = 10;
@@ -85,12 +83,11 @@ RndmDialog::RndmDialog(const xvtui::protocol::Pipe& pipe)
 {
     m_rndmWindowWidth = kWindowWidth;
     m_actionText.clear();
-    xvtui::protocol::ReadWatched(m_pipe, m_record.Data(), xvtui::protocol::kStateRecordSize, kParentCheckInterval,
-                                 [this] { return ParentAlive(); });
+    const xvtui::protocol::Pipe input = WatchedInput(m_pipe);
+    input.ReadSome(m_record.Data(), xvtui::protocol::kStateRecordSize); // what has arrived, as one read
     m_private = std::make_unique<std::array<unsigned char, xvtui::protocol::kPrivateBlockSize>>();
     m_record.AttachPrivateBlock(m_private->data());
-    if (m_parentLost)
-        throw xvtui_exception(ResultCode::BrokenPipe, "RndmDialog", "broken pipe");
+    RaiseIfGaveUp(input, "RndmDialog");
     RndmTermsInit();
     RndmGtkInit();
 }
@@ -168,23 +165,25 @@ std::uint32_t RndmDialog::ShowDialog()
 
 void RndmDialog::PrintResultToPipe() const {}
 
-bool RndmDialog::ParentAlive()
-{
-    if (!m_parentLost && CheckBrokenPipe())
-        m_parentLost = true;
-    return !m_parentLost;
-}
-
 std::uint32_t RndmDialog::BioNextStep(unsigned long kind, unsigned int time, int x, int y)
 {
-    xvtui::protocol::SendStep(m_pipe, StepEvent{kind, time, x, y});
-    const std::uint32_t status = xvtui::protocol::ReceiveReply(m_pipe, m_record, m_private->data(),
-                                                               kParentCheckInterval, [this] { return ParentAlive(); });
-    if (m_parentLost) {
-        // The parent's watch, without waiting for the next tick.
+    // The parent is watched while it takes the step and while it replies,
+    // without waiting for the next tick; the wait ends with the time left.
+    const xvtui::protocol::Pipe watched = WatchedInput(m_pipe);
+    xvtui::protocol::SendStep(watched, StepEvent{kind, time, x, y});
+    const std::uint32_t status = xvtui::protocol::ReceiveReply(watched, m_record, m_private->data());
+    switch (watched.GaveUp()) {
+    case xvtui::protocol::GiveUp::No:
+        return status;
+    case xvtui::protocol::GiveUp::TimedOut:
+        TerminateDialog(static_cast<int>(ResultCode::Cancelled));
+        break;
+    case xvtui::protocol::GiveUp::ParentLost:
+    case xvtui::protocol::GiveUp::Failed:
         TerminateDialog(static_cast<int>(ResultCode::Failed));
-        throw xvtui_exception(ResultCode::BrokenPipe, "BioNextStep", "broken pipe");
+        break;
     }
+    RaiseIfGaveUp(watched, "BioNextStep");
     return status;
 }
 

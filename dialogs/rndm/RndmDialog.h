@@ -78,8 +78,6 @@ private:
     bool MotionStep(const GdkEventMotion& event);
     // The base timer's tick is due: queued motions wait for the main loop.
     bool TimerDue() const;
-    // Between polls of a blocked read: false once the parent is gone.
-    bool ParentAlive();
 
     xvtui::protocol::Pipe m_pipe;
     xvtui::protocol::StateRecord m_record;
@@ -91,7 +89,6 @@ private:
     int m_rndmWindowWidth = kWindowWidth;
     std::string m_actionText;
     guint m_lastKey = 0; // the key of the last key step; 0: none yet
-    bool m_parentLost = false;
 
     static LocalizedText m_actionTerm;
     static LocalizedText m_addActionTerm;

@@ -262,8 +262,7 @@ void SelectReaderDialog::PrintResultToPipe() const
     const SelectReaderItem* reader = Reader(m_readerIndex);
     const std::string answer =
         xvtui::protocol::EncodeReaderAnswer(reader != nullptr ? reader->name : "", AppletOf(m_readerIndex, m_appletIndex));
-    if (!m_pipe.Write(answer))
-        throw xvtui_exception(ResultCode::BrokenPipe, "PrintResultToPipe", "broken pipe");
+    WriteAnswer(m_pipe, answer);
 }
 
 const SelectReaderDialog::SelectReaderItem* SelectReaderDialog::Reader(int index) const

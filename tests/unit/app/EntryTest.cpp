@@ -14,7 +14,9 @@
 namespace {
 
 // A closed standard output is not taken over by the log: "ret=" never lands there.
-TEST(Entry, ClosedStandardOutputKeepsTheAnswerOutOfTheLog)
+// No answer could reach anyone: the run ends with 109 before any dialog, and
+// the log, which takes the free descriptor's place, gets no "ret=" text.
+TEST(Entry, ClosedStandardOutputEndsWith109AndKeepsTheAnswerOutOfTheLog)
 {
     testkit::Sandbox settings;
     settings.Export();
@@ -22,8 +24,8 @@ TEST(Entry, ClosedStandardOutputKeepsTheAnswerOutOfTheLog)
         close(STDOUT_FILENO);
         char* argv[] = {const_cast<char*>("xvtui"), const_cast<char*>("VTBogus"), nullptr};
         return std::to_string(static_cast<unsigned>(RunEntry(2, argv)));
-    }), "2147942487");
-    EXPECT_NE(settings.ReadLog().find("VTBogus"), std::string::npos);
+    }), "109");
+    EXPECT_NE(settings.ReadLog().find("standard output is closed"), std::string::npos) << settings.ReadLog();
     EXPECT_EQ(settings.ReadLog().find("ret="), std::string::npos) << settings.ReadLog();
 }
 
