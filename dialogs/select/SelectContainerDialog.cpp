@@ -82,7 +82,9 @@ bool IsUtf8(std::string_view text)
 SelectContainerDialog::SelectContainerDialog(const xvtui::protocol::Pipe& pipe)
     : BaseDialog(DialogKind::Container, "choice_time", "choice_show_time", "choice_resume_time"), m_pipe(pipe)
 {
-    m_items = xvtui::protocol::ReadSelectItems(m_pipe);
+    const xvtui::protocol::Pipe input = WatchedInput(m_pipe);
+    m_items = xvtui::protocol::ReadSelectItems(input);
+    RaiseIfGaveUp(input, "SelectContainerDialog");
     SelectContainerGtkInit();
 }
 
@@ -233,6 +235,7 @@ void SelectContainerDialog::OnOKClicked()
 void SelectContainerDialog::PrintResultToPipe() const
 {
     std::fflush(stdout); // anything buffered goes first
-    // Not checked: a parent that is gone gets no answer either way.
-    (void)xvtui::protocol::WriteSelectItem(m_pipe, m_resultItem);
+    // Whole, under the parent watch, or the run fails with 109.
+    if (!xvtui::protocol::WriteSelectItem(WatchedPipe(m_pipe, WaitLimit()), m_resultItem))
+        throw xvtui_exception(ResultCode::BrokenPipe, "PrintResultToPipe", "broken pipe");
 }

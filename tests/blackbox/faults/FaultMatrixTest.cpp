@@ -1,0 +1,286 @@
+// The fault matrix: every dialog under the faults a parent, its pipes, the X
+// server or the installation can bring, each row with the exact answer bytes
+// (or "ret=" code), the exit status and how long the helper may take.
+// docs/fault-matrix.md is this file as a table.
+#include "client/ContainerRequest.h"
+#include "client/RandomParent.h"
+#include "common/Blackbox.h"
+#include "common/PasswordRequests.h"
+#include "protocol/SelectItem.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <fcntl.h>
+#include <functional>
+#include <string>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using namespace testkit;
+using namespace xvtui::client;
+using Clock = std::chrono::steady_clock;
+
+const std::string kCancelledText = "ret=2148532334", kLostText = "ret=109";
+
+// One dialog as the matrix drives it: its request, what a user does to answer
+// it and the exact answer, its total time-out setting, whether it reads
+// standard input before its window shows.
+struct Subject {
+    const char* name;
+    std::function<Request()> request;
+    std::vector<Act> answer;
+    std::string answerBytes;
+    const char* timeKey;
+    bool readsInput;
+};
+
+std::string ContainerAnswer()
+{
+    const xvtui::protocol::VTUISelectItem_ answer = xvtui::protocol::SelectAnswer("Key 1", "\\\\.\\FLASH\\one");
+    return std::string(reinterpret_cast<const char*>(&answer), sizeof answer);
+}
+
+Request OneContainer()
+{
+    return ContainerRequest({ContainerRecord{"Key 1", kDefaultCodePage, "unique-1", "\\\\.\\FLASH\\one"}});
+}
+
+Act Fill(std::vector<std::string> fields)
+{
+    return [fields](XClient& x, XWindow) {
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (i > 0)
+                x.PressKey("Tab");
+            x.TypeText(fields[i]);
+        }
+        x.PressKey("Return");
+    };
+}
+
+const std::vector<Subject>& Subjects()
+{
+    static const std::vector<Subject> subjects = {
+        {"message", [] { return MessageRequest(0, "Old keys were found."); }, {Press("Return")},
+         "XVTUI_dont_show_warning=false", "message_time", false},
+        {"PIN", [] { return PinRequest(KeyContainerArgs(), 7, 3); }, {Fill({"1234"})}, PinAnswer(true, false, "1234"),
+         "passwd_time", true},
+        {"new password", [] { return NewPasswordRequest(KeyContainerArgs()); }, {Fill({"n3w", "n3w"})},
+         "XVTUI_passwd=n3w", "passwd_time", false},
+        {"password change", [] { return ChangePasswordRequest(KeyContainerArgs()); }, {Fill({"0ld", "n3w", "n3w"})},
+         "XVTUI_old_passwd=0ldXVTUI_passwd=n3w", "passwd_time", false},
+        {"reader", [] { return RawRequest({"VTSelectReader", "", "-name", "R", "-applet", "A", "-desc", "D"}); },
+         {Press("Return")}, "name=R;applet=A", "selcar_time", false},
+        {"container", OneContainer, {Press("Down"), Press("Return")}, ContainerAnswer(), "choice_time", true},
+        {"random data", [] { return RandomRequest(); }, {}, "", "bio_time", true},
+    };
+    return subjects;
+}
+
+bool Answers(const Subject& s)
+{
+    return !s.answerBytes.empty();
+}
+
+// Fills the helper's standard output as a parent that stops reading leaves
+// it, writing through /proc; returns the bytes written.
+std::string FillOutput(pid_t helper)
+{
+    const std::string path = "/proc/" + std::to_string(helper) + "/fd/1";
+    const int fd = open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    EXPECT_GE(fd, 0) << path;
+    std::string written;
+    const std::string chunk(4096, '#');
+    for (;;) {
+        const ssize_t n = write(fd, chunk.data(), chunk.size());
+        if (n <= 0)
+            break;
+        written.append(chunk, 0, static_cast<size_t>(n));
+    }
+    EXPECT_EQ(errno, EAGAIN);
+    close(fd);
+    return written;
+}
+
+struct Outcome {
+    std::string output;
+    int exitStatus = -1;
+    std::chrono::steady_clock::duration took{}; // from the fault to the end
+};
+
+// Starts a subject's helper; `input` replaces the request's standard input
+// when given, and the input then stays open (the parent keeps its pipe).
+struct Started {
+    Started(const Subject& s, const Sandbox& sandbox, bool intermediateParent, std::optional<std::string> input = {})
+    {
+        request = s.request();
+        LaunchOptions options = HelperOptions(sandbox, intermediateParent);
+        if (input) {
+            request.input = secure::String(*input);
+            options.conversation = true;
+        }
+        process.emplace(request, options);
+    }
+    Outcome Finish(Clock::time_point fault)
+    {
+        // Reads the output as it comes, until the helper has ended.
+        const RunResult run = process->Finish(kAnswerTimeout);
+        Outcome outcome;
+        outcome.took = Clock::now() - fault;
+        outcome.output = std::string(run.output.view());
+        outcome.exitStatus = run.exited ? run.exitStatus : -1;
+        return outcome;
+    }
+    Request request;
+    std::optional<HelperProcess> process;
+};
+
+XWindow ShowWindow(XClient& x, Started& started)
+{
+    const XWindow window = x.WaitForWindow(started.process->Pid(), kWindowTimeout);
+    EXPECT_NE(window, kNoWindow);
+    if (window != kNoWindow)
+        x.Focus(window);
+    return window;
+}
+
+// A parent that stops reading, then: reads again (the answer arrives whole
+// after what filled the pipe), dies, or closes the pipe (109 within a second).
+TEST(FaultMatrix, AnswerWriteToAFullOutput)
+{
+    enum class Then { Drains, ParentKilled, ReaderCloses };
+    const struct {
+        Then then;
+        const char* what;
+    } rows[] = {{Then::Drains, "drained"}, {Then::ParentKilled, "parent killed"}, {Then::ReaderCloses, "reader closes"}};
+    for (const Subject& s : Subjects()) {
+        if (!Answers(s))
+            continue;
+        for (const auto& row : rows) {
+            SCOPED_TRACE(std::string(s.name) + ", output full, " + row.what);
+            Sandbox sandbox;
+            XClient x;
+            Started started(s, sandbox, row.then == Then::ParentKilled);
+            const XWindow window = ShowWindow(x, started);
+            ASSERT_NE(window, kNoWindow);
+            const std::string filler = FillOutput(started.process->Pid());
+            for (const Act& act : s.answer)
+                act(x, window);
+            ASSERT_TRUE(x.WaitForUnmap(window, kWindowTimeout));
+            // Blocked in the answer's write now: nothing ends it but the parent.
+            ASSERT_FALSE(started.process->WaitForExit(300ms));
+            const auto fault = Clock::now();
+            if (row.then == Then::ParentKilled) {
+                started.process->KillIntermediate();
+                // Nobody reads: the helper must notice the loss by itself.
+                EXPECT_TRUE(started.process->WaitForExit(1500ms));
+            }
+            if (row.then == Then::ReaderCloses)
+                started.process->CloseOutput();
+            const Outcome outcome = started.Finish(fault);
+            // What follows the filler (which never shows in a failure).
+            ASSERT_TRUE(row.then == Then::ReaderCloses || outcome.output.starts_with(filler));
+            const std::string after = outcome.output.substr(std::min(filler.size(), outcome.output.size()));
+            switch (row.then) {
+            case Then::Drains:
+                EXPECT_EQ(after, s.answerBytes);
+                EXPECT_EQ(outcome.exitStatus, 0);
+                break;
+            case Then::ParentKilled:
+                EXPECT_EQ(after, ""); // no room was made: not a byte more
+                EXPECT_EQ(outcome.exitStatus, 109);
+                EXPECT_LT(outcome.took, 1500ms);
+                break;
+            case Then::ReaderCloses:
+                EXPECT_EQ(outcome.exitStatus, 109);
+                EXPECT_LT(outcome.took, 1500ms);
+                break;
+            }
+        }
+    }
+}
+
+// Standard output closed before start: no window, 109 at once.
+TEST(FaultMatrix, OutputClosedAtStart)
+{
+    for (const Subject& s : Subjects()) {
+        SCOPED_TRACE(s.name);
+        Sandbox sandbox;
+        Request request = s.request();
+        // The shell closes its standard output and becomes the helper.
+        request.arguments.insert(request.arguments.begin(), {"-c", "exec \"$0\" \"$@\" >&-", XVTUI_BINARY});
+        LaunchOptions options = HelperOptions(sandbox);
+        options.helper = "/bin/sh";
+        const auto from = Clock::now();
+        const RunResult run = xvtui::client::Run(request, options, kAnswerTimeout);
+        EXPECT_LT(Clock::now() - from, 2s);
+        EXPECT_EQ(run.output.view(), "");
+        EXPECT_TRUE(run.exited);
+        EXPECT_EQ(run.exitStatus, 109);
+    }
+}
+
+// The dialogs that read standard input before their window: a parent that
+// keeps the pipe open and sends nothing, dies meanwhile, or sends in pieces.
+TEST(FaultMatrix, InputSilentOrLost)
+{
+    for (const Subject& s : Subjects()) {
+        if (!s.readsInput)
+            continue;
+        {
+            SCOPED_TRACE(std::string(s.name) + ": input silent, total time-out 1 s");
+            Sandbox sandbox;
+            sandbox.SetLocal(s.timeKey, 1);
+            const auto from = Clock::now();
+            Started started(s, sandbox, false, "");
+            const Outcome outcome = started.Finish(from);
+            EXPECT_EQ(outcome.output, kCancelledText);
+            EXPECT_EQ(outcome.exitStatus, 110);
+            EXPECT_GE(outcome.took, 1s);
+            EXPECT_LT(outcome.took, 2500ms);
+        }
+        {
+            SCOPED_TRACE(std::string(s.name) + ": input silent, parent killed");
+            Sandbox sandbox;
+            Started started(s, sandbox, true, "");
+            ASSERT_FALSE(started.process->WaitForExit(300ms));
+            const auto fault = Clock::now();
+            started.process->KillIntermediate();
+            const Outcome outcome = started.Finish(fault);
+            EXPECT_EQ(outcome.output, kLostText);
+            EXPECT_EQ(outcome.exitStatus, 109);
+            EXPECT_LT(outcome.took, 1s);
+        }
+    }
+}
+
+// Input in pieces and late is still taken whole: the answer is the one the
+// whole input gives.
+TEST(FaultMatrix, InputInPiecesAndLate)
+{
+    for (const Subject& s : Subjects()) {
+        if (!s.readsInput || !Answers(s))
+            continue;
+        SCOPED_TRACE(s.name);
+        Sandbox sandbox;
+        XClient x;
+        Started started(s, sandbox, false, "");
+        const std::string input(s.request().input.view());
+        for (size_t at = 0; at < input.size(); at += 7) {
+            ASSERT_FALSE(started.process->WaitForExit(10ms)); // the parent is slow
+            ASSERT_TRUE(started.process->Send(std::string_view(input).substr(at, 7), kAnswerTimeout));
+        }
+        const XWindow window = ShowWindow(x, started);
+        ASSERT_NE(window, kNoWindow);
+        for (const Act& act : s.answer)
+            act(x, window);
+        const Outcome outcome = started.Finish(Clock::now());
+        EXPECT_EQ(outcome.output, s.answerBytes);
+        EXPECT_EQ(outcome.exitStatus, 0);
+    }
+}
+
+} // namespace
