@@ -7,6 +7,7 @@
 #include <glib.h>
 
 #include <cerrno>
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
@@ -171,6 +172,46 @@ bool parseNumber(std::string_view text, long& value)
 
 static_assert(sizeof(long) == sizeof(int64_t), "settings values are 64-bit longs");
 
+bool loads(const std::string& text)
+{
+    GKeyFile* keys = g_key_file_new();
+    const bool loaded = g_key_file_load_from_data(keys, text.data(), text.size(), G_KEY_FILE_NONE, nullptr);
+    g_key_file_free(keys);
+    return loaded;
+}
+
+// GKeyFile refuses a whole file for one line it cannot read; settings skip
+// such a line instead (a stray word, binary bytes) and read the rest. Each
+// line is judged by GKeyFile alone: comments and blank lines stay, a section
+// line stays when it reads, a key line when it reads inside a section. Keys
+// under a section line that does not read are skipped up to the next one
+// that does, so they never land in the section before it.
+std::string usableLines(std::string_view contents)
+{
+    std::string kept;
+    bool inSection = false;
+    while (!contents.empty()) {
+        const size_t end = std::min(contents.find('\n'), contents.size());
+        const std::string_view line = contents.substr(0, end);
+        contents.remove_prefix(std::min(end + 1, contents.size()));
+        if (line.find('\0') != std::string_view::npos)
+            continue;
+        std::string_view text = line;
+        while (!text.empty() && isSpace(text.front()))
+            text.remove_prefix(1);
+        bool keep;
+        if (text.empty() || text.front() == '#')
+            keep = true;
+        else if (text.front() == '[')
+            keep = inSection = loads(std::string(line) + "\n");
+        else
+            keep = inSection && loads("[s]\n" + std::string(line) + "\n");
+        if (keep)
+            kept.append(line).push_back('\n');
+    }
+    return kept;
+}
+
 } // namespace
 
 extern "C" unsigned int support_registry_get_long(const char* path, long* value)
@@ -186,6 +227,7 @@ extern "C" unsigned int support_registry_get_long(const char* path, long* value)
         if (const unsigned int error = readFile(settingsFile(where.local), contents); error != 0)
             return error;
 
+        contents = usableLines(contents);
         GKeyFile* keys = g_key_file_new();
         unsigned int result = TORVIK_ERROR_INVALID_DATA;
         if (g_key_file_load_from_data(keys, contents.data(), contents.size(), G_KEY_FILE_NONE,

@@ -74,13 +74,39 @@ TEST_F(Registry, BadFilesFailWithoutCrashOrHang)
     const std::pair<std::string, std::string> cases[] = {
         {m_box.Path("absent.ini"), kMissing}, {m_box.LocalConfig() + "/x.ini", kMissing},
         {m_box.Dir(), kDenied}, {m_box.Path("fifo"), kDenied}, {m_box.Path("big.ini"), kBad},
-        {m_box.Path("bad.ini"), kBad}, {m_box.Path("junk.ini"), "error"}, // any code
+        {m_box.Path("bad.ini"), kMissing}, {m_box.Path("junk.ini"), "error"}, // any code
     };
     for (const auto& [file, expected] : cases) {
         setenv("TORVIK_LOCAL_CONFIG", file.c_str(), 1);
         EXPECT_EQ(Get("\\local\\KeyDevices\\v0").substr(0, expected.size()), expected) << file;
     }
     EXPECT_EQ(Get("\\global\\KeyDevices\\v0"), "99"); // the other tree still answers
+}
+
+// A line the file format cannot read is skipped and the rest counts; a section
+// given again continues the first, a key given twice counts with its last value.
+TEST_F(Registry, StrayLinesAreSkippedAndRepeatsAreResolved)
+{
+    const struct {
+        const char* what;
+        std::string file;
+        std::string expected; // of \local\KeyDevices\v0
+    } cases[] = {
+        {"stray word before the key", "[KeyDevices]\nstray\nv0 = 30\n", "30"},
+        {"stray word after the key", "[KeyDevices]\nv0 = 30\nstray words here\n", "30"},
+        {"binary bytes", std::string("[KeyDevices]\n\x00\xff\x01\x7f\nv0 = 31\n\xfe\xfe=\x00\n", 31), "31"},
+        {"a key before any section", "v0 = 1\n[KeyDevices]\nv0 = 32\n", "32"},
+        {"keys under an unreadable section line", "[KeyDevices]\nv0 = 33\n[Broken\nv0 = 1\n", "33"},
+        {"a key given twice", "[KeyDevices]\nv0 = 1\nv0 = 34\n", "34"},
+        {"a section given again", "[KeyDevices]\nv0 = 1\n[Other]\nv0 = 2\n[KeyDevices]\nv0 = 35\n", "35"},
+        {"a section given again, key only in the first", "[KeyDevices]\nv0 = 36\n[KeyDevices]\nv1 = 2\n", "36"},
+        {"only stray lines", "stray\n\x01\x02\n", kMissing},
+    };
+    for (const auto& c : cases) {
+        m_box.WriteFile("stray.ini", c.file);
+        setenv("TORVIK_LOCAL_CONFIG", m_box.Path("stray.ini").c_str(), 1);
+        EXPECT_EQ(Get("\\local\\KeyDevices\\v0"), c.expected) << c.what;
+    }
 }
 
 TEST_F(Registry, UnreadableFileAndDefaultLocation)
