@@ -12,6 +12,7 @@
 #include "base/Callback.h"
 #include "base/Countdown.h"
 #include "base/GetTimeout.h"
+#include "base/TextFit.h"
 #include "l10n/Cp1251.h"
 #include "protocol/Number.h"
 #include "protocol/Pipe.h"
@@ -188,6 +189,7 @@ std::uint32_t BaseDialog::ShowDialog()
     callback::RethrowParked();
     if (m_window == nullptr)
         return m_result; // ended before it was shown
+    textfit::FitTexts(m_window); // no text makes the window larger than the screen
     gtk_widget_show_all(m_window);
     if (m_okButton != nullptr) {
         gtk_widget_set_can_default(m_okButton, TRUE);
@@ -284,6 +286,7 @@ void BaseDialog::RedrawLabel(unsigned width, GtkWidget* label, std::string text)
     const unsigned labelWidth = width > kLabelMargin ? width - kLabelMargin : 0;
     gtk_widget_set_size_request(label, labelWidth > INT_MAX ? INT_MAX : static_cast<gint>(labelWidth), -1);
     gtk_label_set_text(GTK_LABEL(label), text.c_str());
+    textfit::FitLabel(GTK_LABEL(label));
 }
 
 void BaseDialog::SetWidgetColor(GtkWidget* widget, const std::string& colorName, bool foreground)

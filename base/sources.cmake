@@ -3,4 +3,5 @@ target_sources(xvtui_core PRIVATE
     ${CMAKE_CURRENT_LIST_DIR}/BaseDialog.cpp
     ${CMAKE_CURRENT_LIST_DIR}/Callback.cpp
     ${CMAKE_CURRENT_LIST_DIR}/Countdown.cpp
-    ${CMAKE_CURRENT_LIST_DIR}/GetTimeout.cpp)
+    ${CMAKE_CURRENT_LIST_DIR}/GetTimeout.cpp
+    ${CMAKE_CURRENT_LIST_DIR}/TextFit.cpp)

@@ -7,6 +7,7 @@
 #include "base/Accessible.h"
 #include "base/Callback.h"
 #include "base/Countdown.h"
+#include "base/TextFit.h"
 
 namespace {
 
@@ -82,6 +83,7 @@ void MessageDialog::MessageGtkInit()
         gtk_widget_show(m_dontShowCheck);
     }
 
+    textfit::FitTexts(m_dialog); // no text makes the dialog larger than the screen
     m_showSourceId = g_timeout_add(kShowDelayMs, cbOnShowDialog, this);
     m_timerSourceId = g_timeout_add(kTimerIntervalMs, cbTimerEvent, this);
 }

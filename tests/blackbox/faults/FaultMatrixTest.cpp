@@ -284,3 +284,51 @@ TEST(FaultMatrix, InputInPiecesAndLate)
 }
 
 } // namespace
+
+namespace {
+
+// Texts far beyond what a screen shows: the window stays within the screen
+// (under fatal warnings, so no 32767-pixel warning either) and answers with
+// its bytes unchanged.
+TEST(FaultMatrix, HugeTexts)
+{
+    const std::string huge(100 * 1024, 'W'), words = [] {
+        std::string text;
+        while (text.size() < 100 * 1024)
+            text += "word\n";
+        return text;
+    }();
+    const struct {
+        const char* what;
+        Request request;
+        std::vector<Act> answer;
+        std::string answerBytes;
+    } rows[] = {
+        {"message of 100 KB", MessageRequest(0, huge), {Press("Return")}, "XVTUI_dont_show_warning=false"},
+        {"message of 20000 lines", MessageRequest(0, words), {Press("Return")}, "XVTUI_dont_show_warning=false"},
+        {"PIN with a 100 KB header", [&] {
+             PasswordRequestArgs args = KeyContainerArgs();
+             args.header = words;
+             args.readerName = huge;
+             return PinRequest(args, 3, 3);
+         }(),
+         {Fill({"1234"})}, PinAnswer(false, false, "1234")},
+        {"reader named with 100 KB", RawRequest({"VTSelectReader", huge, "-name", huge, "-applet", huge, "-desc", "D"}),
+         {Press("Return")}, "name=" + huge + ";applet=" + huge},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.what);
+        Sandbox sandbox;
+        XClient x;
+        ShownDialog dialog(row.request, sandbox, x);
+        const Rect shown = x.Geometry(dialog.Win());
+        EXPECT_LE(shown.width, 1024);
+        EXPECT_LE(shown.height, 768);
+        for (const Act& act : row.answer)
+            act(x, dialog.Win());
+        const Answer answer = dialog.Finish();
+        EXPECT_TRUE(dialog.Output() == row.answerBytes) << dialog.Output().size() << " bytes";
+    }
+}
+
+} // namespace
