@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "SocketPair.h"
+
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
@@ -15,22 +17,6 @@
 namespace {
 
 using xvtui::protocol::Pipe;
-
-struct SocketPair {
-    int ends[2] = {-1, -1};
-    SocketPair() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0); }
-    ~SocketPair()
-    {
-        for (int fd : ends)
-            if (fd >= 0)
-                close(fd);
-    }
-    void Close(int i)
-    {
-        close(ends[i]);
-        ends[i] = -1;
-    }
-};
 
 TEST(Pipe, ReadsWholeRecordsFromPiecesAndReportsTheEnd)
 {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "SocketPair.h"
+
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -16,30 +18,6 @@ namespace {
 
 using namespace xvtui::protocol;
 using namespace std::chrono_literals;
-
-struct SocketPair {
-    int ends[2] = {-1, -1};
-    SocketPair() { EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0); }
-    ~SocketPair()
-    {
-        for (int fd : ends)
-            if (fd >= 0)
-                close(fd);
-    }
-    void Close(int i)
-    {
-        close(ends[i]);
-        ends[i] = -1;
-    }
-    // What arrived at end 1 so far.
-    std::vector<unsigned char> Drain() const
-    {
-        std::vector<unsigned char> bytes(256);
-        const ssize_t n = recv(ends[1], bytes.data(), bytes.size(), MSG_DONTWAIT);
-        bytes.resize(n > 0 ? static_cast<size_t>(n) : 0);
-        return bytes;
-    }
-};
 
 TEST(RandomStep, MessageLayout)
 {
