@@ -3,6 +3,7 @@
 #include "app/xvtui_exception.h"
 #include "base/Accessible.h"
 #include "base/Callback.h"
+#include "base/TextFit.h"
 #include "l10n/Cp1251.h"
 #include "l10n/VtuiLogic.h"
 
@@ -233,6 +234,8 @@ void SelectReaderDialog::OnReaderChanged()
     const size_t count = current != nullptr ? current->applets.size() : 0;
     for (size_t i = 0; i < count; ++i)
         gtk_combo_box_append_text(combo, Displayable(current->applets[i]).c_str());
+    // The new reader's applet types may be wider than the screen.
+    textfit::FitTexts(m_appletCombo);
     gtk_widget_set_sensitive(m_appletCombo, count >= 2);
     gtk_combo_box_set_active(combo, 0);
     gtk_text_buffer_set_text(m_descriptionBuffer, Displayable(DescriptionOf(m_readerIndex, 0)).c_str(), -1);

@@ -4,6 +4,7 @@
 // docs/fault-matrix.md is this file as a table.
 #include "client/ContainerRequest.h"
 #include "client/RandomParent.h"
+#include "client/ReaderRequest.h"
 #include "common/Blackbox.h"
 #include "common/PasswordRequests.h"
 #include "protocol/SelectItem.h"
@@ -303,6 +304,7 @@ TEST(FaultMatrix, HugeTexts)
         Request request;
         std::vector<Act> answer;
         std::string answerBytes;
+        std::vector<Act> before = {}; // what the user does before the window is measured
     } rows[] = {
         {"message of 100 KB", MessageRequest(0, huge), {Press("Return")}, "XVTUI_dont_show_warning=false"},
         {"message of 20000 lines", MessageRequest(0, words), {Press("Return")}, "XVTUI_dont_show_warning=false"},
@@ -315,12 +317,29 @@ TEST(FaultMatrix, HugeTexts)
          {Fill({"1234"})}, PinAnswer(false, false, "1234")},
         {"reader named with 100 KB", RawRequest({"VTSelectReader", huge, "-name", huge, "-applet", huge, "-desc", "D"}),
          {Press("Return")}, "name=" + huge + ";applet=" + huge},
+        // Shift+Tab three times from OK reaches the list's last reader; Tab and
+        // space open its drop-down, whose items came with the switch.
+        {"reader switched to one whose applet is 100 KB",
+         SelectReaderRequest("", {{{"A", "B"}, {"DA", "DB"}, "R"}, {{huge, "B"}, {"DS", "DB"}, "S"}}),
+         {Press("Tab"), Press("Tab"), Press("Return")}, "name=S;applet=" + huge,
+         {Press("ISO_Left_Tab"), Press("ISO_Left_Tab"), Press("ISO_Left_Tab"), Press("Tab"), Press("space"),
+          [](XClient& x, XWindow) {
+              const XWindow popup = x.WaitForPopup(kWindowTimeout);
+              ASSERT_NE(popup, kNoWindow);
+              EXPECT_LE(x.Geometry(popup).width, 1024);
+              x.PressKey("Escape");
+              EXPECT_TRUE(x.WaitForUnmap(popup, kWindowTimeout));
+          }}},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
         Sandbox sandbox;
         XClient x;
         ShownDialog dialog(row.request, sandbox, x);
+        for (const Act& act : row.before)
+            act(x, dialog.Win());
+        if (!row.before.empty())
+            x.WaitForPaint(dialog.Win(), kWindowTimeout);
         const Rect shown = x.Geometry(dialog.Win());
         EXPECT_LE(shown.width, 1024);
         EXPECT_LE(shown.height, 768);
