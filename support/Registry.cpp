@@ -87,10 +87,17 @@ unsigned int readFile(const std::string& file, std::string& contents)
     } else if (static_cast<unsigned long long>(info.st_size) > kMaxFileSize) {
         result = TORVIK_ERROR_INVALID_DATA;
     } else {
-        // Read at most one byte past the cap: a file that grew meanwhile is refused too.
-        contents.resize(kMaxFileSize + 1);
+        // Room for what the file holds now plus one byte; a file that grew
+        // meanwhile gets more room, up to one byte past the cap, which
+        // refuses it. Nothing beyond what the file holds is allocated.
+        contents.resize(std::min(static_cast<size_t>(info.st_size), kMaxFileSize) + 1);
         size_t used = 0;
-        while (used < contents.size()) {
+        for (;;) {
+            if (used == contents.size()) {
+                if (used > kMaxFileSize)
+                    break;
+                contents.resize(std::min(used * 2, kMaxFileSize + 1));
+            }
             const ssize_t n = ::read(fd, contents.data() + used, contents.size() - used);
             if (n < 0 && errno == EINTR)
                 continue;
