@@ -13,20 +13,17 @@
 
 namespace testkit {
 
-XServer::XServer()
+std::string SpawnReady(const char* const argv[], int& pid, const std::string& failure)
 {
     int fds[2];
     if (pipe(fds) != 0)
-        throw std::runtime_error("private Xvfb: pipe failed");
-    // The server writes "N\n" to its standard output once it accepts connections.
-    const char* argv[] = {"Xvfb", "-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp",
-                          "-noreset", nullptr};
+        throw std::runtime_error(failure + ": pipe failed");
     const auto flags = GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
     const bool started = g_spawn_async_with_fds(
         nullptr, const_cast<char**>(argv), nullptr, flags, [](gpointer) { prctl(PR_SET_PDEATHSIG, SIGTERM); },
-        nullptr, &m_pid, -1, fds[1], -1, nullptr);
+        nullptr, &pid, -1, fds[1], -1, nullptr);
     close(fds[1]);
-    std::string number;
+    std::string line;
     char c = 0;
     pollfd pfd{fds[0], POLLIN, 0};
     while (started) {
@@ -35,15 +32,34 @@ XServer::XServer()
             continue;
         if (ready <= 0 || read(fds[0], &c, 1) != 1 || c == '\n')
             break;
-        number += c;
+        line += c;
     }
     close(fds[0]);
-    if (c != '\n' || number.empty()) {
-        if (started && kill(m_pid, SIGKILL) == 0)
-            waitpid(m_pid, nullptr, 0);
-        throw std::runtime_error("private Xvfb: the server did not report a display");
+    if (c != '\n' || line.empty()) {
+        if (started && kill(pid, SIGKILL) == 0)
+            waitpid(pid, nullptr, 0);
+        pid = -1;
+        throw std::runtime_error(failure);
     }
-    m_display = ":" + number;
+    return line;
+}
+
+void Terminate(int& pid)
+{
+    if (pid <= 0)
+        return;
+    kill(pid, SIGTERM);
+    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR) {
+    }
+    pid = -1;
+}
+
+XServer::XServer()
+{
+    // The server writes its display number once it accepts connections.
+    const char* argv[] = {"Xvfb", "-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten", "tcp",
+                          "-noreset", nullptr};
+    m_display = ":" + SpawnReady(argv, m_pid, "private Xvfb: the server did not report a display");
 }
 
 XServer::~XServer()
@@ -53,12 +69,7 @@ XServer::~XServer()
 
 void XServer::Stop()
 {
-    if (m_pid <= 0)
-        return;
-    kill(m_pid, SIGTERM);
-    while (waitpid(m_pid, nullptr, 0) < 0 && errno == EINTR) {
-    }
-    m_pid = -1;
+    Terminate(m_pid);
 }
 
 const std::string& PrivateDisplay()

@@ -23,6 +23,15 @@ private:
     std::string m_display;
 };
 
+// Starts `argv` (searched on PATH, standard error to /dev/null, SIGTERM when
+// the test process dies) and reads the line it writes to its standard output
+// once it is ready (Xvfb's display number, dbus-daemon's address), without the
+// newline; sets `pid`. Throws std::runtime_error with `failure` when no line
+// comes within seconds.
+std::string SpawnReady(const char* const argv[], int& pid, const std::string& failure);
+// Terminates a child started with SpawnReady and waits for it; pid becomes -1.
+void Terminate(int& pid);
+
 // Starts the server unless it runs already, sets DISPLAY to it and returns
 // ":N"; throws std::runtime_error when it does not start within seconds.
 const std::string& PrivateDisplay();

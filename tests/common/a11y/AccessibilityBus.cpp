@@ -5,15 +5,9 @@
 
 #include <atspi/atspi.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
-#include <poll.h>
-#include <signal.h>
 #include <stdexcept>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace testkit {
 namespace {
@@ -206,31 +200,8 @@ std::vector<std::string> A11yNode::Strings() const
 AccessibilityBus::AccessibilityBus()
 {
     PrivateDisplay(); // the bus launcher and the helpers need DISPLAY
-    int fds[2];
-    if (pipe(fds) != 0)
-        throw std::runtime_error("accessibility bus: pipe failed");
     const char* argv[] = {"dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address=1", nullptr};
-    const auto flags = GSpawnFlags(G_SPAWN_SEARCH_PATH | G_SPAWN_DO_NOT_REAP_CHILD | G_SPAWN_STDERR_TO_DEV_NULL);
-    const bool started = g_spawn_async_with_fds(
-        nullptr, const_cast<char**>(argv), nullptr, flags, [](gpointer) { prctl(PR_SET_PDEATHSIG, SIGTERM); },
-        nullptr, &m_daemon, -1, fds[1], -1, nullptr);
-    close(fds[1]);
-    char c = 0;
-    pollfd pfd{fds[0], POLLIN, 0};
-    while (started) {
-        const int ready = poll(&pfd, 1, 10000);
-        if (ready < 0 && errno == EINTR)
-            continue;
-        if (ready <= 0 || read(fds[0], &c, 1) != 1 || c == '\n')
-            break;
-        m_address += c;
-    }
-    close(fds[0]);
-    if (c != '\n' || m_address.empty()) {
-        if (started && kill(m_daemon, SIGKILL) == 0)
-            waitpid(m_daemon, nullptr, 0);
-        throw std::runtime_error("accessibility bus: dbus-daemon reported no address");
-    }
+    m_address = SpawnReady(argv, m_daemon, "accessibility bus: dbus-daemon reported no address");
     setenv("DBUS_SESSION_BUS_ADDRESS", m_address.c_str(), 1);
     unsetenv("AT_SPI_BUS_ADDRESS");
     setenv("NO_AT_BRIDGE", "1", 1); // this process only reads the tree
@@ -257,11 +228,7 @@ AccessibilityBus::~AccessibilityBus()
         g_object_unref(listener);
     }
     // The bus launcher and the registry end with the session bus.
-    if (m_daemon > 0) {
-        kill(m_daemon, SIGTERM);
-        while (waitpid(m_daemon, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }
+    Terminate(m_daemon);
 }
 
 void AccessibilityBus::Prepare(Sandbox& sandbox) const
