@@ -57,6 +57,26 @@ bool WaitReadable(::Display* dpy, Clock::time_point deadline)
     return true;
 }
 
+// Asks `look` (under an error trap) until it says yes, again after each event
+// of one of `types`; false when the deadline passes first.
+bool LookUntil(::Display* dpy, Clock::time_point deadline, std::initializer_list<int> types,
+               const std::function<bool()>& look)
+{
+    for (;;) {
+        {
+            ErrorTrap trap(dpy);
+            if (look())
+                return true;
+        }
+        XEvent event;
+        do {
+            if (!WaitReadable(dpy, deadline))
+                return false;
+            XNextEvent(dpy, &event);
+        } while (std::ranges::find(types, event.type) == types.end());
+    }
+}
+
 bool Viewable(::Display* dpy, Window window, XWindowAttributes& attrs)
 {
     return XGetWindowAttributes(dpy, window, &attrs) && attrs.map_state == IsViewable;
@@ -131,81 +151,57 @@ Window XClient::WaitForWindow(pid_t pid, Millis timeout)
 
 Window XClient::WaitForWindow(const std::function<bool(pid_t)>& matches, Millis timeout)
 {
-    const auto deadline = Clock::now() + timeout;
-    for (;;) {
-        {
-            ErrorTrap trap(m_dpy);
-            for (Window w : Children(m_dpy, m_root)) {
-                XWindowAttributes attrs;
-                Atom type = None;
-                int format = 0;
-                unsigned long items = 0, after = 0;
-                unsigned char* data = nullptr;
-                if (!Viewable(m_dpy, w, attrs) ||
-                    XGetWindowProperty(m_dpy, w, m_pidAtom, 0, 1, False, XA_CARDINAL, &type, &format,
-                                       &items, &after, &data) != Success || data == nullptr)
-                    continue;
-                const bool found = format == 32 && items == 1 &&
-                                   matches(static_cast<pid_t>(*reinterpret_cast<unsigned long*>(data)));
-                XFree(data);
-                if (found)
-                    return w;
+    Window found = kNoWindow;
+    LookUntil(m_dpy, Clock::now() + timeout, {MapNotify}, [&] {
+        for (Window w : Children(m_dpy, m_root)) {
+            XWindowAttributes attrs;
+            Atom type = None;
+            int format = 0;
+            unsigned long items = 0, after = 0;
+            unsigned char* data = nullptr;
+            if (!Viewable(m_dpy, w, attrs) ||
+                XGetWindowProperty(m_dpy, w, m_pidAtom, 0, 1, False, XA_CARDINAL, &type, &format, &items, &after,
+                                   &data) != Success || data == nullptr)
+                continue;
+            const bool owned =
+                format == 32 && items == 1 && matches(static_cast<pid_t>(*reinterpret_cast<unsigned long*>(data)));
+            XFree(data);
+            if (owned) {
+                found = w;
+                return true;
             }
         }
-        // Look again after the next top-level window is mapped.
-        XEvent event;
-        do {
-            if (!WaitReadable(m_dpy, deadline))
-                return kNoWindow;
-            XNextEvent(m_dpy, &event);
-        } while (event.type != MapNotify);
-    }
+        return false;
+    });
+    return found;
 }
 
 Window XClient::WaitForPopup(Millis timeout)
 {
-    const auto deadline = Clock::now() + timeout;
-    for (;;) {
-        {
-            ErrorTrap trap(m_dpy);
-            for (Window w : Children(m_dpy, m_root)) {
-                XWindowAttributes attrs;
-                if (Viewable(m_dpy, w, attrs) && attrs.override_redirect && attrs.c_class == InputOutput)
-                    return w;
+    Window found = kNoWindow;
+    LookUntil(m_dpy, Clock::now() + timeout, {MapNotify}, [&] {
+        for (Window w : Children(m_dpy, m_root)) {
+            XWindowAttributes attrs;
+            if (Viewable(m_dpy, w, attrs) && attrs.override_redirect && attrs.c_class == InputOutput) {
+                found = w;
+                return true;
             }
         }
-        XEvent event;
-        do {
-            if (!WaitReadable(m_dpy, deadline))
-                return kNoWindow;
-            XNextEvent(m_dpy, &event);
-        } while (event.type != MapNotify);
-    }
+        return false;
+    });
+    return found;
 }
 
 bool XClient::WaitForUnmap(Window window, Millis timeout)
 {
-    const auto deadline = Clock::now() + timeout;
     {
         ErrorTrap trap(m_dpy);
         XSelectInput(m_dpy, window, StructureNotifyMask);
     }
-    for (;;) {
+    return LookUntil(m_dpy, Clock::now() + timeout, {UnmapNotify, DestroyNotify}, [&] {
         XWindowAttributes attrs;
-        bool viewable = false;
-        {
-            ErrorTrap trap(m_dpy);
-            viewable = Viewable(m_dpy, window, attrs);
-        }
-        if (!viewable)
-            return true;
-        XEvent event;
-        do {
-            if (!WaitReadable(m_dpy, deadline))
-                return false;
-            XNextEvent(m_dpy, &event);
-        } while (event.type != UnmapNotify && event.type != DestroyNotify);
-    }
+        return !Viewable(m_dpy, window, attrs);
+    });
 }
 
 void XClient::Focus(Window window)
@@ -356,9 +352,7 @@ std::vector<Rect> XClient::ButtonWindows(Window window)
         else
             std::ranges::copy(Children(m_dpy, w), std::back_inserter(pending));
     }
-    std::sort(found.begin(), found.end(), [](const Rect& a, const Rect& b) {
-        return a.y != b.y ? a.y < b.y : a.x < b.x;
-    });
+    std::ranges::sort(found, {}, [](const Rect& r) { return std::pair(r.y, r.x); });
     return found;
 }
 
@@ -384,9 +378,7 @@ std::vector<Rect> XClient::LeafWindows(Window window)
         if (leaf && attrs.width > 1 && attrs.height > 1)
             found.push_back(RootRect(m_dpy, w, attrs));
     }
-    std::sort(found.begin(), found.end(), [](const Rect& a, const Rect& b) {
-        return a.y != b.y ? a.y < b.y : a.x < b.x;
-    });
+    std::ranges::sort(found, {}, [](const Rect& r) { return std::pair(r.y, r.x); });
     return found;
 }
 
@@ -447,16 +439,8 @@ XImage* XClient::Image(Window window, const Rect& area)
 
 bool XClient::Uniform(Window window, Rect area)
 {
-    const Rect size = Geometry(window);
-    area.width = std::min(area.width, size.width - area.x);
-    area.height = std::min(area.height, size.height - area.y);
-    XImage* image = Image(window, area);
-    bool uniform = true;
-    for (int y = 0; y < area.height && uniform; ++y)
-        for (int x = 0; x < area.width && uniform; ++x)
-            uniform = XGetPixel(image, x, y) == XGetPixel(image, 0, 0);
-    XDestroyImage(image);
-    return uniform;
+    const std::vector<unsigned long> pixels = Pixels(window, area);
+    return std::ranges::adjacent_find(pixels, std::ranges::not_equal_to{}) == pixels.end();
 }
 
 std::vector<unsigned long> XClient::Pixels(Window window, Rect area)
