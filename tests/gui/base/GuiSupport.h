@@ -46,6 +46,22 @@ inline GtkWidget* FindNamed(GtkWidget* root, const char* name)
     return found;
 }
 
+// The widget named `name` in the top-level windows (the last one that has
+// it), only in mapped ones when `mapped`; null when none has it.
+inline GtkWidget* FindInToplevels(const char* name, bool mapped = false)
+{
+    GtkWidget* found = nullptr;
+    GList* toplevels = gtk_window_list_toplevels();
+    for (GList* item = toplevels; item != nullptr; item = item->next) {
+        GtkWidget* toplevel = GTK_WIDGET(item->data);
+        if (!mapped || gtk_widget_get_mapped(toplevel))
+            if (GtkWidget* widget = FindNamed(toplevel, name))
+                found = widget;
+    }
+    g_list_free(toplevels);
+    return found;
+}
+
 // Runs `step` from the main loop every 10 ms until it returns true.
 inline void WhenReady(std::function<bool()> step)
 {

@@ -10,18 +10,10 @@ namespace {
 
 using MessageDialogGui = GuiTest;
 
-// The mapped top-level window named "xvtui-message", or null.
+// The mapped message window, or null.
 GtkWidget* ShownMessage()
 {
-    GtkWidget* found = nullptr;
-    GList* toplevels = gtk_window_list_toplevels();
-    for (GList* item = toplevels; item != nullptr; item = item->next) {
-        GtkWidget* widget = GTK_WIDGET(item->data);
-        if (gtk_widget_get_mapped(widget) && std::strcmp(gtk_widget_get_name(widget), "xvtui-message") == 0)
-            found = widget;
-    }
-    g_list_free(toplevels);
-    return found;
+    return FindInToplevels("xvtui-message", true);
 }
 
 TEST_F(MessageDialogGui, ShowsTextAndCheckBoxAndSurvivesDestruction)

@@ -81,11 +81,7 @@ public:
             write(m_ends[0], words, sizeof words) != sizeof words || shutdown(m_ends[0], SHUT_WR) != 0)
             throw std::runtime_error("no socketpair for the control words");
         m_dialog = PasswordDialogFactory::CreatePasswordDialog(kind, info, xvtui::protocol::Pipe(m_ends[1], m_ends[1]));
-        GList* toplevels = gtk_window_list_toplevels();
-        for (GList* item = toplevels; item != nullptr; item = item->next)
-            if (std::strcmp(gtk_widget_get_name(GTK_WIDGET(item->data)), "xvtui-window") == 0)
-                m_window = GTK_WIDGET(item->data);
-        g_list_free(toplevels);
+        m_window = FindInToplevels("xvtui-window");
         if (m_dialog == nullptr || m_window == nullptr)
             throw std::runtime_error("no dialog of kind " + std::to_string(kind));
         g_signal_connect(m_window, "destroy", G_CALLBACK(gtk_widget_destroyed), &m_window);

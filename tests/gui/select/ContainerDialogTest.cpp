@@ -61,15 +61,7 @@ public:
         close(m_out[1]);
     }
 
-    GtkWidget* Find(const char* name) const
-    {
-        GtkWidget* found = nullptr;
-        GList* toplevels = gtk_window_list_toplevels();
-        for (GList* item = toplevels; item != nullptr && found == nullptr; item = item->next)
-            found = FindNamed(GTK_WIDGET(item->data), name);
-        g_list_free(toplevels);
-        return found;
-    }
+    GtkWidget* Find(const char* name) const { return FindInToplevels(name); }
     GtkTreeViewColumn* Column(int i) const { return gtk_tree_view_get_column(m_view, i); }
     // Which of the three view columns are visible, as "101".
     std::string Shown() const

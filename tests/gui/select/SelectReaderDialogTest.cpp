@@ -56,15 +56,7 @@ struct AnswerPipe {
 // The dialog's mapped window, or null.
 GtkWidget* ShownWindow()
 {
-    GtkWidget* found = nullptr;
-    GList* toplevels = gtk_window_list_toplevels();
-    for (GList* item = toplevels; item != nullptr; item = item->next) {
-        GtkWidget* widget = GTK_WIDGET(item->data);
-        if (gtk_widget_get_mapped(widget) && std::strcmp(gtk_widget_get_name(widget), "xvtui-window") == 0)
-            found = widget;
-    }
-    g_list_free(toplevels);
-    return found;
+    return FindInToplevels("xvtui-window", true);
 }
 
 // What the dialog shows at one moment.
