@@ -98,6 +98,26 @@ inline Act Press(std::string key)
 {
     return [key](XClient& x, XWindow) { x.PressKey(key); };
 }
+// Presses the keys one after the other.
+inline Act Keys(std::vector<std::string> keys)
+{
+    return [keys](XClient& x, XWindow) {
+        for (const std::string& key : keys)
+            x.PressKey(key);
+    };
+}
+// Types each text into the next field, Tab between them, then Enter.
+inline Act Fill(std::vector<std::string> fields)
+{
+    return [fields](XClient& x, XWindow) {
+        for (size_t i = 0; i < fields.size(); ++i) {
+            if (i > 0)
+                x.PressKey("Tab");
+            x.TypeText(fields[i]);
+        }
+        x.PressKey("Return");
+    };
+}
 inline Act Close()
 {
     return [](XClient& x, XWindow window) { x.SendDeleteWindow(window); };
@@ -146,6 +166,24 @@ inline Reply Drive(const xvtui::client::Request& request, const std::vector<Act>
     reply.answer = dialog.Finish();
     reply.output = dialog.Output();
     return reply;
+}
+
+// What the parent reads from a cancelled, closed or timed-out dialog.
+inline const std::string kCancelledOutput = "ret=2148532334";
+
+// Drives the request in a sandbox of its own and checks the exact output:
+// kCancelledOutput with exit status 110, anything else answered with 0.
+inline void ExpectOutput(const xvtui::client::Request& request, const std::vector<Act>& acts,
+                         const std::string& output)
+{
+    Sandbox sandbox;
+    const Reply run = Drive(request, acts, sandbox);
+    EXPECT_EQ(run.output, output);
+    const bool cancelled = output == kCancelledOutput;
+    EXPECT_EQ(run.answer.exitStatus, cancelled ? 110 : 0);
+    EXPECT_EQ(run.answer.outcome,
+              cancelled ? xvtui::client::Outcome::Refused : xvtui::client::Outcome::Answered)
+        << run.answer.problem;
 }
 
 } // namespace testkit
