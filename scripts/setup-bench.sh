@@ -4,10 +4,4 @@
 # build or test; run scripts/setup.sh first.
 set -euo pipefail
 
-SUDO=""
-if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
-
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update
-$SUDO apt-get install -y --no-install-recommends \
-    pinentry-gtk2 zenity ssh-askpass-gnome ssh-askpass
+exec "$(dirname "$0")/apt-install.sh" pinentry-gtk2 zenity ssh-askpass-gnome ssh-askpass

@@ -6,9 +6,7 @@ set -euo pipefail
 SUDO=""
 if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 
-export DEBIAN_FRONTEND=noninteractive
-$SUDO apt-get update
-$SUDO apt-get install -y --no-install-recommends \
+"$(dirname "$0")/apt-install.sh" \
     g++ cmake make pkg-config \
     libgtk2.0-dev libx11-dev libxtst-dev libxdamage-dev \
     libgtest-dev googletest \
