@@ -78,19 +78,6 @@ TEST_F(BaseDialogGui, BuildsTheFrame)
     g_list_free(rows);
 }
 
-TEST_F(BaseDialogGui, CountdownLabelFollowsTheTicks)
-{
-    m_settings.WriteFile("local.ini", "[KeyDevices]\nprobe_time=75\nprobe_show_time=60\nprobe_resume_time=70\n");
-    ProbeDialog dialog;
-    for (int tick = 0; tick < 17; ++tick) {
-        ASSERT_TRUE(dialog.OnTimer());
-        EXPECT_STREQ(dialog.TimerText(), tick < 15 ? "" : tick == 15 ? "01:00" : "00:59") << tick;
-    }
-    dialog.ResetTimeout(); // 70 is above the show time: hidden again
-    ASSERT_TRUE(dialog.OnTimer());
-    EXPECT_STREQ(dialog.TimerText(), "");
-}
-
 // Runs the main loop until nothing is pending: queued resizes and redraws done.
 void Settle()
 {
