@@ -1,5 +1,6 @@
-// The process frame seen from the parent: usage text, refused keywords, no
-// display, and the loss of the parent or of the reader of the answer.
+// The process frame seen from the parent: refused keywords, no display, and
+// the loss of the parent or of the reader of the answer. (The usage text is a
+// worked example of docs/protocol.md.)
 #include "common/Blackbox.h"
 
 #include <gtest/gtest.h>
@@ -12,15 +13,6 @@ namespace {
 using namespace testkit;
 using namespace xvtui::client;
 using Clock = std::chrono::steady_clock;
-
-TEST(Frame, NoKeywordPrintsTheUsageTextAndExitsWithOne)
-{
-    Sandbox sandbox;
-    const RunResult run = xvtui::client::Run(RawRequest({}), HelperOptions(sandbox), kAnswerTimeout);
-    ASSERT_TRUE(run.exited);
-    EXPECT_EQ(run.exitStatus, 1);
-    EXPECT_EQ(run.output.view(), "You should not try run this manualy\n");
-}
 
 // Keyword matching is exact; none of these needs a display, so the factory's
 // refusal must come before GTK is started.

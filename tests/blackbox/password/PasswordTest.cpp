@@ -47,7 +47,6 @@ TEST(PasswordBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
     const Request fresh = NewPasswordRequest({}), strict = NewPasswordRequest(KeyContainerArgs("4", "6"));
     const Request change = ChangePasswordRequest(KeyContainerArgs("3", "3"));
     const Case cases[] = {
-        {"ticked save box", Pin(7, 3, "4"), {Type("abcd"), enter}, PinAnswer(true, false, "abcd")},
         {"empty PIN, no minimum", Pin(3, 3), {enter}, PinAnswer(false, false, "")},
         {"keys inside the PIN", Pin(3, 3), {Type("XVTUI_passwd=x"), enter}, PinAnswer(false, false, "XVTUI_passwd=x")},
         {"Enter refused while too short", Pin(3, 3, "4"), {Type("abc"), enter, Type("d"), enter},
@@ -58,10 +57,8 @@ TEST(PasswordBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
         {"PIN: Cancel clicked", Pin(7, 3), {Type("abcd"), cancel}, no},
         {"PIN: window closed", Pin(7, 3), {Type("abcd"), Close()}, no},
         // The new password is written unchanged, whatever it holds.
-        {"new", fresh, {Fill({"n3w-Secret!", "n3w-Secret!"})}, kKey + "n3w-Secret!"},
         {"new: Cyrillic", fresh, {Fill({cyrillic, cyrillic})}, kKey + cyrillic},
         {"new: empty", fresh, {Fill({"", ""})}, kKey},
-        {"change", change, {Fill({"0ld-PIN", "n3w-PIN", "n3w-PIN"})}, kOldKey + "0ld-PIN" + kKey + "n3w-PIN"},
         {"change: key inside the old", change, {Fill({"XVTUI_passwd=old", "n3w", "n3w"})},
          kOldKey + "XVTUI_passwd=old" + kKey + "n3w"},
         {"change: key ending the old", change, {Fill({"oXVTUI_passwd=", "n3w", "n3w"})},

@@ -119,18 +119,6 @@ TEST(Random, QueuedEventsKeepTheirOrder)
                          {kMotion, 10}, {kMotion, 11}, {kKey, 0}, {kMotion, 12}, {kKey, 0}, {kMotion, 13}, {kMotion, 14}}));
 }
 
-TEST(Random, NonZeroStatusEndsWithSuccessAndNoText)
-{
-    RandomDialog dialog;
-    dialog.MoveTo(30, 40);
-    dialog.Step();
-    dialog.Reply(1);
-    const RunResult run = dialog.session.Finish(kAnswerTimeout);
-    EXPECT_TRUE(run.exited);
-    EXPECT_EQ(run.exitStatus, 0);
-    EXPECT_EQ(run.output.view(), "");
-}
-
 // The Cancel button's handler raises the bad-arguments error on purpose;
 // the pointer's way to it is served as steps.
 TEST(Random, CancelButtonEndsWithBadArguments)
@@ -140,21 +128,6 @@ TEST(Random, CancelButtonEndsWithBadArguments)
     const RunResult run = dialog.session.Serve([](const StepEvent&, StateRecord&) { return 0u; }, kAnswerTimeout);
     EXPECT_EQ(run.output.view(), "ret=2147942487");
     EXPECT_EQ(run.exitStatus, 87);
-}
-
-// Closing the window and the time-out cancel as in every dialog; "bio_..."
-// are the dialog's time-out settings.
-TEST(Random, CloseAndTimeOutCancel)
-{
-    for (const bool timeOut : {false, true}) {
-        SCOPED_TRACE(timeOut ? "bio_time 1" : "window closed");
-        RandomDialog dialog({.bioTime = timeOut ? std::optional(1LL) : std::nullopt});
-        if (!timeOut)
-            dialog.x.SendDeleteWindow(dialog.window);
-        const RunResult run = dialog.session.Finish(kAnswerTimeout);
-        EXPECT_EQ(run.output.view(), "ret=2148532334");
-        EXPECT_EQ(run.exitStatus, 110);
-    }
 }
 
 // A slow parent while motions wait far ahead: the time-out ("bio_time" 1:

@@ -67,8 +67,6 @@ TEST(SelectReaderBlackbox, AnswersTheChosenReaderAndApplet)
         std::vector<Act> acts;
         std::string output;
     } cases[] = {
-        {"one reader, Enter", Raw({"-name", "R", "-applet", "A", "-desc", "D"}), {Press("Return")},
-         "name=R;applet=A"},
         {"arguments end after a name", Raw({"-name", "R"}), {kOk}, "name=R;applet="},
         {"names pass unescaped", SelectReaderRequest("", {{{"x;applet=y"}, {"="}, "a=b;applet=c"}}),
          {Press("Return")}, "name=a=b;applet=c;applet=x;applet=y"},
