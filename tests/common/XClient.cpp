@@ -102,6 +102,29 @@ Rect RootRect(::Display* dpy, Window window, const XWindowAttributes& attrs)
     return rect;
 }
 
+// The viewable windows below `window` that `take` accepts, top to bottom,
+// then left to right; the search goes on below every InputOutput window.
+std::vector<Rect> Descendants(::Display* dpy, Window window,
+                              const std::function<bool(Window, const XWindowAttributes&)>& take)
+{
+    std::vector<Rect> found;
+    ErrorTrap trap(dpy);
+    std::vector<Window> pending = Children(dpy, window);
+    while (!pending.empty()) {
+        const Window w = pending.back();
+        pending.pop_back();
+        XWindowAttributes attrs;
+        if (!Viewable(dpy, w, attrs))
+            continue;
+        if (take(w, attrs))
+            found.push_back(RootRect(dpy, w, attrs));
+        if (attrs.c_class != InputOnly)
+            std::ranges::copy(Children(dpy, w), std::back_inserter(pending));
+    }
+    std::ranges::sort(found, {}, [](const Rect& r) { return std::pair(r.y, r.x); });
+    return found;
+}
+
 } // namespace
 
 XClient::XClient(const std::string& display)
@@ -338,48 +361,18 @@ Rect XClient::Geometry(Window window)
 
 std::vector<Rect> XClient::ButtonWindows(Window window)
 {
-    std::vector<Rect> found;
-    ErrorTrap trap(m_dpy);
-    std::vector<Window> pending = Children(m_dpy, window);
-    while (!pending.empty()) {
-        const Window w = pending.back();
-        pending.pop_back();
-        XWindowAttributes attrs;
-        if (!Viewable(m_dpy, w, attrs))
-            continue;
-        if (attrs.c_class == InputOnly)
-            found.push_back(RootRect(m_dpy, w, attrs));
-        else
-            std::ranges::copy(Children(m_dpy, w), std::back_inserter(pending));
-    }
-    std::ranges::sort(found, {}, [](const Rect& r) { return std::pair(r.y, r.x); });
-    return found;
+    return Descendants(m_dpy, window, [](Window, const XWindowAttributes& attrs) { return attrs.c_class == InputOnly; });
 }
 
 std::vector<Rect> XClient::LeafWindows(Window window)
 {
-    std::vector<Rect> found;
-    ErrorTrap trap(m_dpy);
-    std::vector<Window> pending = Children(m_dpy, window);
-    while (!pending.empty()) {
-        const Window w = pending.back();
-        pending.pop_back();
-        XWindowAttributes attrs;
-        if (!Viewable(m_dpy, w, attrs) || attrs.c_class == InputOnly)
-            continue;
-        bool leaf = true;
-        for (const Window child : Children(m_dpy, w)) {
-            XWindowAttributes childAttrs;
-            if (Viewable(m_dpy, child, childAttrs) && childAttrs.c_class != InputOnly) {
-                leaf = false;
-                pending.push_back(child);
-            }
-        }
-        if (leaf && attrs.width > 1 && attrs.height > 1)
-            found.push_back(RootRect(m_dpy, w, attrs));
-    }
-    std::ranges::sort(found, {}, [](const Rect& r) { return std::pair(r.y, r.x); });
-    return found;
+    return Descendants(m_dpy, window, [this](Window w, const XWindowAttributes& attrs) {
+        return attrs.c_class != InputOnly && attrs.width > 1 && attrs.height > 1 &&
+               std::ranges::none_of(Children(m_dpy, w), [this](Window child) {
+                   XWindowAttributes childAttrs;
+                   return Viewable(m_dpy, child, childAttrs) && childAttrs.c_class != InputOnly;
+               });
+    });
 }
 
 std::vector<Rect> XClient::BottomButtonRow(Window window)
@@ -435,12 +428,6 @@ XImage* XClient::Image(Window window, const Rect& area)
     if (image == nullptr)
         throw Error("cannot read the window's image");
     return image;
-}
-
-bool XClient::Uniform(Window window, Rect area)
-{
-    const std::vector<unsigned long> pixels = Pixels(window, area);
-    return std::ranges::adjacent_find(pixels, std::ranges::not_equal_to{}) == pixels.end();
 }
 
 std::vector<unsigned long> XClient::Pixels(Window window, Rect area)

@@ -80,9 +80,6 @@ public:
     // when `timeout` passes first.
     bool WaitForPaint(XWindow window, Millis timeout, Millis quiet = Millis(150));
     void Screenshot(XWindow window, const std::string& pngPath);
-    // True when `area` of the window (window coordinates, cut to the window)
-    // holds a single colour.
-    bool Uniform(XWindow window, Rect area);
     // The pixel values of `area` of the window (window coordinates, cut to
     // the window), row by row: to compare what two windows show.
     std::vector<unsigned long> Pixels(XWindow window, Rect area);
