@@ -1,6 +1,6 @@
 // The random-data dialog as a screen reader finds it, and run with keys
 // alone; the test plays the parent.
-#include "client/RandomParent.h"
+#include "common/RandomOnScreen.h"
 #include "common/a11y/A11yDialog.h"
 
 #include <gtest/gtest.h>
@@ -10,30 +10,14 @@ namespace {
 using namespace testkit;
 using namespace xvtui::client;
 
-constexpr Millis kStepTimeout = 10s;
 const std::string kAction = "Move mouse cursor in window or press keys to provide random data";
 
-// The helper on screen with the test as its parent, its window focused.
-struct RandomOnScreen {
-    RandomOnScreen(AccessibilityBus& bus, Sandbox& sandbox, const StateRecord& initial)
-        : session(((bus.Prepare(sandbox)), HelperOptions(sandbox)), initial),
-          window(x.WaitForWindow(session.Process().Pid(), kWindowTimeout))
-    {
-        if (window == kNoWindow)
-            throw std::runtime_error("the helper showed no window");
-        x.Focus(window);
-    }
-    // One step the test answers with `state`.
-    void Answer(const StateRecord& state, std::uint32_t status = 0)
-    {
-        ASSERT_TRUE(session.NextStep(kStepTimeout).has_value());
-        ASSERT_TRUE(session.Reply(status, state, kStepTimeout));
-    }
-
-    XClient x;
-    RandomSession session;
-    XWindow window;
-};
+// One step the test answers with `state`.
+void Answer(RandomOnScreen& dialog, const StateRecord& state, std::uint32_t status = 0)
+{
+    dialog.Step();
+    dialog.Reply(status, state);
+}
 
 StateRecord Needing(std::uint64_t units)
 {
@@ -46,7 +30,8 @@ TEST(RndmA11y, InstructionNamesTheBarWhoseValueFollowsAndPromptsAreAnnounced)
 {
     AccessibilityBus& bus = PrivateAccessibilityBus();
     Sandbox sandbox;
-    RandomOnScreen dialog(bus, sandbox, Needing(4));
+    bus.Prepare(sandbox);
+    RandomOnScreen dialog(sandbox, Needing(4));
     const pid_t pid = dialog.session.Process().Pid();
     const A11yNode tree =
         bus.WaitForWindow(pid, [](const A11yNode& n) { return n.role == "progress bar"; }, kWindowTimeout);
@@ -65,9 +50,8 @@ TEST(RndmA11y, InstructionNamesTheBarWhoseValueFollowsAndPromptsAreAnnounced)
     half.SetDirection(1);
     half.SetPromptsEnabled(true);
     half.SetPromptCounter(3);
-    const Rect origin = dialog.x.Geometry(dialog.window);
-    dialog.x.MovePointer(origin.x + 30, origin.y + 40);
-    dialog.Answer(half);
+    dialog.MoveTo(30, 40);
+    Answer(dialog, half);
     EXPECT_TRUE(bus.WaitForEvent(
                        [](const A11yEvent& e) {
                            return e.sourceRole == "alert" && e.type == "object:property-change:accessible-name" &&
@@ -77,11 +61,11 @@ TEST(RndmA11y, InstructionNamesTheBarWhoseValueFollowsAndPromptsAreAnnounced)
                     .has_value());
     // The next step shows the half on the bar.
     dialog.x.PressKey("a");
-    dialog.Answer(half);
+    Answer(dialog, half);
     bus.WaitForWindow(
         pid, [](const A11yNode& n) { return n.role == "progress bar" && n.value.value_or(0) > 0; }, kWindowTimeout);
     dialog.x.PressKey("b");
-    dialog.Answer(half, 1);
+    Answer(dialog, half, 1);
     const RunResult run = dialog.session.Finish(kAnswerTimeout);
     EXPECT_EQ(run.exitStatus, 0);
 }
@@ -104,9 +88,10 @@ TEST(RndmKeyboard, AnsweredAndCancelledWithKeysOnly)
         SCOPED_TRACE(c.what);
         AccessibilityBus& bus = PrivateAccessibilityBus();
         Sandbox sandbox;
-        RandomOnScreen dialog(bus, sandbox, Needing(4));
+        bus.Prepare(sandbox);
+    RandomOnScreen dialog(sandbox, Needing(4));
         dialog.x.PressKey(c.key);
-        dialog.Answer(Needing(4), c.status);
+        Answer(dialog, Needing(4), c.status);
         const RunResult run =
             dialog.session.Serve([](const StepEvent&, StateRecord&) { return 0u; }, kAnswerTimeout);
         EXPECT_EQ(run.output.view(), c.output);

@@ -1,11 +1,9 @@
 // The random-data dialog seen from its parent: real pointer motion and key
 // presses through XTest, the test playing the parent's side step by step.
-#include "client/RandomParent.h"
-#include "common/Blackbox.h"
+#include "common/RandomOnScreen.h"
 
 #include <gtest/gtest.h>
 
-#include <optional>
 #include <thread>
 
 namespace {
@@ -16,53 +14,11 @@ using xvtui::protocol::StepKind;
 
 constexpr std::uint64_t kMotion = static_cast<std::uint64_t>(StepKind::Motion);
 constexpr std::uint64_t kKey = static_cast<std::uint64_t>(StepKind::Key);
-constexpr Millis kStepTimeout = 10s;
-
-// The helper on screen, its window focused, the test as its parent.
-struct Options {
-    bool intermediateParent = false;
-    std::optional<long long> bioTime = std::nullopt; // the "bio_time" setting
-};
-
-struct RandomDialog {
-    explicit RandomDialog(Options options = Options())
-        : session(Launch(sandbox, options), StateRecord{}),
-          window(x.WaitForWindow(session.Process().Pid(), kWindowTimeout))
-    {
-        if (window == kNoWindow)
-            throw std::runtime_error("the helper showed no window");
-        x.Focus(window);
-        origin = x.Geometry(window);
-    }
-
-    static LaunchOptions Launch(Sandbox& sandbox, const Options& options)
-    {
-        if (options.bioTime)
-            sandbox.SetLocal("bio_time", *options.bioTime);
-        return HelperOptions(sandbox, options.intermediateParent);
-    }
-
-    // Moves the pointer to (dx, dy) of the window.
-    void MoveTo(int dx, int dy) { x.MovePointer(origin.x + dx, origin.y + dy); }
-    StepEvent Step()
-    {
-        const std::optional<StepEvent> step = session.NextStep(kStepTimeout);
-        if (!step)
-            throw std::runtime_error("no step message came");
-        return *step;
-    }
-    void Reply(std::uint32_t status = 0) { ASSERT_TRUE(session.Reply(status, session.State(), kStepTimeout)); }
-
-    Sandbox sandbox;
-    XClient x;
-    RandomSession session;
-    XWindow window;
-    Rect origin;
-};
 
 TEST(Random, MotionSendsWindowCoordinatesAndKeysSendZeros)
 {
-    RandomDialog dialog;
+    Sandbox sandbox;
+    RandomOnScreen dialog(sandbox);
     dialog.MoveTo(100, 150);
     const StepEvent motion = dialog.Step();
     EXPECT_EQ(motion.kind, kMotion);
@@ -85,7 +41,8 @@ TEST(Random, MotionSendsWindowCoordinatesAndKeysSendZeros)
 // three key steps; the motion after them shows there was no fourth.
 TEST(Random, RepeatedKeyIsSentOnce)
 {
-    RandomDialog dialog;
+    Sandbox sandbox;
+    RandomOnScreen dialog(sandbox);
     for (const char* key : {"a", "a", "b", "a"})
         dialog.x.PressKey(key);
     dialog.MoveTo(10, 20);
@@ -101,7 +58,8 @@ TEST(Random, RepeatedKeyIsSentOnce)
 // taken in a batch, and the first other event still comes where it was.
 TEST(Random, QueuedEventsKeepTheirOrder)
 {
-    RandomDialog dialog;
+    Sandbox sandbox;
+    RandomOnScreen dialog(sandbox);
     dialog.MoveTo(10, 10);
     dialog.MoveTo(11, 10);
     dialog.x.PressKey("a");
@@ -123,7 +81,8 @@ TEST(Random, QueuedEventsKeepTheirOrder)
 // the pointer's way to it is served as steps.
 TEST(Random, CancelButtonEndsWithBadArguments)
 {
-    RandomDialog dialog;
+    Sandbox sandbox;
+    RandomOnScreen dialog(sandbox);
     ClickButton(-1)(dialog.x, dialog.window);
     const RunResult run = dialog.session.Serve([](const StepEvent&, StateRecord&) { return 0u; }, kAnswerTimeout);
     EXPECT_EQ(run.output.view(), "ret=2147942487");
@@ -135,7 +94,9 @@ TEST(Random, CancelButtonEndsWithBadArguments)
 // after the queued motions have all been served.
 TEST(Random, SlowParentDoesNotHoldOffTheTimeOut)
 {
-    RandomDialog dialog({.bioTime = 1});
+    Sandbox sandbox;
+    sandbox.SetLocal("bio_time", 1);
+    RandomOnScreen dialog(sandbox);
     for (int i = 0; i < 120; ++i)
         dialog.MoveTo(10 + i, 10);
     std::size_t steps = 0;
@@ -189,7 +150,8 @@ TEST(Random, ShortRecordsAreTakenAsTheyCome)
 // open elsewhere: the helper does not hang in the read but ends with 109.
 TEST(Random, ParentDyingDuringAStepEndsWithBrokenPipe)
 {
-    RandomDialog dialog({.intermediateParent = true});
+    Sandbox sandbox;
+    RandomOnScreen dialog(sandbox, {}, true);
     dialog.MoveTo(50, 60);
     dialog.Step();
     dialog.session.Process().KillIntermediate();
@@ -197,14 +159,15 @@ TEST(Random, ParentDyingDuringAStepEndsWithBrokenPipe)
     const RunResult run = dialog.session.Finish(kAnswerTimeout);
     EXPECT_EQ(run.output.view(), "ret=109");
     EXPECT_EQ(run.exitStatus, 109);
-    EXPECT_NE(dialog.sandbox.ReadLog().find("broken pipe"), std::string::npos);
+    EXPECT_NE(sandbox.ReadLog().find("broken pipe"), std::string::npos);
 }
 
 // A parent that closes the helper's input: every step gets an empty reply at
 // once, so the window stays alive and can still be closed.
 TEST(Random, ClosedInputNeverFreezesTheWindow)
 {
-    RandomDialog dialog;
+    Sandbox sandbox;
+    RandomOnScreen dialog(sandbox);
     dialog.session.Process().EndInput();
     for (int i = 0; i < 3; ++i) {
         dialog.MoveTo(70 + i, 80);
