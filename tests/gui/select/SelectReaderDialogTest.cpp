@@ -1,6 +1,7 @@
 // The reader selection on a real X server, in process: what only the
 // widgets show (the drop-down's entries and sensitivity, the description,
 // the focus, the countdown) and the answer written to a socketpair.
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -53,10 +54,14 @@ struct AnswerPipe {
     int ends[2] = {-1, -1};
 };
 
-// The dialog's mapped window, or null.
-GtkWidget* ShownWindow()
+// Runs `step` on the dialog's window from the main loop, once the window is
+// mapped, until it returns true.
+void WhenShown(std::function<bool(GtkWidget*)> step)
 {
-    return FindInToplevels("xvtui-window", true);
+    WhenReady([step] {
+        GtkWidget* window = FindInToplevels("xvtui-window", true);
+        return window != nullptr && step(window);
+    });
 }
 
 // What the dialog shows at one moment.
@@ -104,10 +109,7 @@ TEST_F(SelectReaderGui, ChangingTheReaderRefillsTheDropDown)
     AnswerPipe answer;
     SelectReaderDialog dialog(args.argc(), args.argv(), answer.Pipe());
     std::vector<Shown> seen;
-    WhenReady([&] {
-        GtkWidget* window = ShownWindow();
-        if (window == nullptr)
-            return false;
+    WhenShown([&](GtkWidget* window) {
         seen.push_back(Look(window));
         SelectReader(window, 1);
         seen.push_back(Look(window));
@@ -148,10 +150,7 @@ TEST_F(SelectReaderGui, OkAtOnceAnswersTheFirstApplet)
     SelectReaderDialog dialog(args.argc(), args.argv(), answer.Pipe());
     std::string lastDescription;
     GtkWidget* focus = nullptr;
-    WhenReady([&] {
-        GtkWidget* window = ShownWindow();
-        if (window == nullptr)
-            return false;
+    WhenShown([&](GtkWidget* window) {
         focus = gtk_window_get_focus(GTK_WINDOW(window));
         GtkWidget* combo = FindNamed(window, "xvtui-applets");
         gtk_combo_box_set_active(GTK_COMBO_BOX(combo), 1);
@@ -183,10 +182,7 @@ TEST_F(SelectReaderGui, PromptAndTheEmptyList)
         std::string prompt;
         bool okSensitive = true, cancelFocused = false, hasList = true;
         int width = 0, height = 0;
-        WhenReady([&] {
-            GtkWidget* window = ShownWindow();
-            if (window == nullptr)
-                return false;
+        WhenShown([&](GtkWidget* window) {
             prompt = gtk_label_get_text(GTK_LABEL(FindNamed(window, "xvtui-prompt")));
             okSensitive = gtk_widget_get_sensitive(FindNamed(window, "xvtui-ok"));
             cancelFocused = gtk_window_get_focus(GTK_WINDOW(window)) == FindNamed(window, "xvtui-cancel");
@@ -216,10 +212,7 @@ TEST_F(SelectReaderGui, AChangeRestartsTheCountdown)
     SelectReaderDialog dialog(args.argc(), args.argv());
     std::string before, after;
     bool changed = false;
-    WhenReady([&] {
-        GtkWidget* window = ShownWindow();
-        if (window == nullptr)
-            return false;
+    WhenShown([&](GtkWidget* window) {
         const std::string timer = gtk_label_get_text(GTK_LABEL(FindNamed(window, "xvtui-timer")));
         if (!changed) {
             if (timer.empty())
