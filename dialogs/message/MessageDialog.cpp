@@ -32,6 +32,11 @@ gboolean cbTimerEvent(gpointer data)
     return callback::Forward<MessageDialog>("cbTimerEvent", data, &MessageDialog::OnTimer);
 }
 
+gboolean cbOnPrepare(gpointer data)
+{
+    return callback::Forward<MessageDialog>("cbOnPrepare", data, &MessageDialog::OnPrepare);
+}
+
 
 } // namespace
 
@@ -47,6 +52,8 @@ MessageDialog::MessageDialog(int argc, char** argv, const xvtui::protocol::Pipe&
 
 MessageDialog::~MessageDialog()
 {
+    if (m_prepareSourceId != 0)
+        g_source_remove(m_prepareSourceId);
     if (m_showSourceId != 0)
         g_source_remove(m_showSourceId);
     if (m_timerSourceId != 0)
@@ -83,7 +90,10 @@ void MessageDialog::MessageGtkInit()
         gtk_widget_show(m_dontShowCheck);
     }
 
-    textfit::FitTexts(m_dialog); // no text makes the dialog larger than the screen
+    // The dialog is laid out, its icon looked up in the icon theme and its
+    // window made while the 50 ms before it shows pass anyway, so that only
+    // the mapping is left when they are over.
+    m_prepareSourceId = g_idle_add_full(G_PRIORITY_HIGH_IDLE, cbOnPrepare, this, nullptr);
     m_showSourceId = g_timeout_add(kShowDelayMs, cbOnShowDialog, this);
     m_timerSourceId = g_timeout_add(kTimerIntervalMs, cbTimerEvent, this);
 }
@@ -117,9 +127,23 @@ void MessageDialog::OnResponse(GtkResponseType response)
     QuitMainLoop();
 }
 
+bool MessageDialog::OnPrepare()
+{
+    m_prepareSourceId = 0; // one-shot: the source ends when this returns
+    if (m_dialog != nullptr) {
+        textfit::FitTexts(m_dialog); // no text makes the dialog larger than the screen
+        gtk_widget_realize(m_dialog);
+    }
+    return false;
+}
+
 bool MessageDialog::OnDialog()
 {
     m_showSourceId = 0; // one-shot: the source ends when this returns
+    if (m_prepareSourceId != 0) { // the main loop was late: ready it now
+        g_source_remove(m_prepareSourceId);
+        OnPrepare();
+    }
     if (m_dialog != nullptr) {
         const gint response = gtk_dialog_run(GTK_DIALOG(m_dialog));
         // GTK_RESPONSE_NONE: the dialog was destroyed or hidden meanwhile.

@@ -45,6 +45,7 @@ public:
     void OnResponse(GtkResponseType response);
     bool OnDialog();
     bool OnTimer();
+    bool OnPrepare();
 
 private:
     void MessageGtkInit();
@@ -54,6 +55,7 @@ private:
     xvtui::protocol::Pipe m_pipe;
     xvtui::protocol::MessageRequest m_request;
     bool m_dontShowWarning = false;
+    guint m_prepareSourceId = 0; // the idle source that readies the dialog, while pending
     guint m_showSourceId = 0;  // the one-shot 50 ms source, while pending
     guint m_timerSourceId = 0; // the one-second source, while running
 };
