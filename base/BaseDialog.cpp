@@ -18,6 +18,7 @@
 #include "protocol/Pipe.h"
 
 #include <X11/Xlib.h>
+#include <pango/pangocairo.h>
 
 LocalizedText BaseDialog::m_okTerm{"OK", CP1251_TEXT("ОК")};
 LocalizedText BaseDialog::m_cancelTerm{"Cancel", CP1251_TEXT("Отмена")};
@@ -84,6 +85,10 @@ BaseDialog::BaseDialog(DialogKind dialogKind, const std::string& timeKey, const 
                        const std::string& resumeTimeKey)
     : m_result(ResultCode::Failed)
 {
+    // The font machinery reads its configuration in a thread of its own from
+    // the moment its font map exists; started here, that reading overlaps the
+    // settings, the catalogue and the X connection instead of following them.
+    pango_cairo_font_map_get_default();
     m_timeLeft = GetTimeout(timeKey, 600);
     m_showTime = GetTimeout(showTimeKey, 60);
     m_resumeTime = GetTimeout(resumeTimeKey, 0);
