@@ -36,6 +36,9 @@ constexpr std::chrono::milliseconds kParentCheckInterval{100};
 constexpr gint kButtonWidth = 90;
 constexpr gint kButtonHeight = 28;
 constexpr guint kWindowBorder = 15;
+// How long a text cursor blinks after the last key, when the desktop sets no
+// limit (GTK+ 2 then blinks for as long as the window waits).
+constexpr glong kCursorBlinkSeconds = 10;
 // The wrapped label is narrower than the window by the borders around it.
 constexpr unsigned kLabelMargin = 30;
 
@@ -144,6 +147,14 @@ void BaseDialog::CreateMainWindow()
         throw xvtui_exception(ResultCode::GtkInitFailed, "CreateMainWindow", "gtk_init_check failed");
     }
     XSetIOErrorHandler(cbOnDisplayLost);
+    // A dialog may wait ten minutes: its cursor stops blinking some seconds
+    // after the last key, as on desktops that set a limit, instead of waking
+    // the dialog and the X server for every blink until the time-out.
+    GtkSettings* settings = gtk_settings_get_default();
+    gint blinkSeconds = 0;
+    g_object_get(settings, "gtk-cursor-blink-timeout", &blinkSeconds, nullptr);
+    if (blinkSeconds == G_MAXINT)
+        gtk_settings_set_long_property(settings, "gtk-cursor-blink-timeout", kCursorBlinkSeconds, "xvtui");
     m_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_widget_set_name(m_window, "xvtui-window");
     gtk_widget_set_size_request(m_window, static_cast<gint>(m_windowWidth), static_cast<gint>(m_windowHeight));
