@@ -53,7 +53,8 @@ constexpr auto kPaintQuiet = 100ms;
 constexpr double kMessageShowDelayMs = 50;
 
 constexpr const char* kUsage =
-    "usage: xvtui_bench peers [--runs N] [--idle SECONDS] [--only LIST] [--check]\n"
+    "usage: xvtui_bench peers [--runs N] [--idle SECONDS] [--skip SECONDS] [--only LIST]\n"
+    "                         [--baseline PATH] [--check]\n"
     "\n"
     "Every dialog of the helper, the floor (a bare GTK+ 2 window with an entry and two\n"
     "buttons) and the peers found installed, round-robin on a private Xvfb, N rounds\n"
@@ -64,6 +65,10 @@ constexpr const char* kUsage =
     "--only   comma-separated names (pin, new-password, change-password, message, reader,\n"
     "         container, random, floor, pinentry-gtk-2, zenity, gnome-ssh-askpass,\n"
     "         x11-ssh-askpass)\n"
+    "--skip   leave out the first SECONDS of waiting (default 0): the cost of a dialog that\n"
+    "         has waited a while\n"
+    "--baseline  also every dialog of the helper at PATH (another build), as NAME@baseline,\n"
+    "         to compare a change within one run\n"
     "--check  exit with 1 when a goal is missed\n";
 
 // ---- figures of other processes ---------------------------------------------------
@@ -160,7 +165,8 @@ client::PasswordRequestArgs PinArgs()
 std::vector<Contestant> AllContestants(const std::string& helper)
 {
     const auto ours = [&](const std::string& name, Kind kind, std::function<client::Request()> request) {
-        return Contestant{name, kind, helper, [request](const client::LaunchOptions& launch) {
+        return Contestant{name, kind, helper, [request, helper](client::LaunchOptions launch) {
+                              launch.helper = helper;
                               return StartPlain(request(), launch);
                           }};
     };
@@ -197,7 +203,8 @@ std::vector<Contestant> AllContestants(const std::string& helper)
                                                   {"Signing key", client::kUtf8CodePage, "", "sign"}});
              }),
         Contestant{"random", Kind::Ours, helper,
-                   [](const client::LaunchOptions& launch) {
+                   [helper](client::LaunchOptions launch) {
+                       launch.helper = helper;
                        client::StateRecord initial;
                        initial.SetNeeded(200);
                        Running running;
@@ -256,7 +263,7 @@ struct Sample {
 };
 
 Sample Measure(const Contestant& contestant, const client::LaunchOptions& baseLaunch, testkit::XClient& x,
-               pid_t server, std::chrono::seconds idle)
+               pid_t server, std::chrono::seconds idle, std::chrono::seconds skip)
 {
     const auto fail = [&](const std::string& what) { return std::runtime_error(contestant.name + ": " + what); };
     Display* dpy = x.Dpy();
@@ -281,6 +288,8 @@ Sample Measure(const Contestant& contestant, const client::LaunchOptions& baseLa
     x.Focus(window);
     if (!x.WaitForPaint(window, kWaitLimit, kPaintQuiet))
         throw fail("the window was not drawn");
+    if (skip.count() > 0 && process.WaitForExit(skip)) // the first seconds of waiting left out
+        throw fail("it ended while waiting");
 
     const std::optional<double> before = CpuMs(process.Pid()), xBefore = CpuMs(server);
     if (process.WaitForExit(idle))
@@ -357,7 +366,7 @@ std::vector<double> Shifted(const std::vector<double>& values, double by)
 }
 
 void PrintReport(const std::vector<Contestant>& contestants, const std::map<std::string, Figures>& results,
-                 int rounds, std::chrono::seconds idle)
+                 int rounds, std::chrono::seconds idle, std::chrono::seconds skip)
 {
     const auto find = [&](const std::string& name) -> const Figures* {
         const auto found = results.find(name);
@@ -367,9 +376,11 @@ void PrintReport(const std::vector<Contestant>& contestants, const std::map<std:
     const Figures* pinentry = find("pinentry-gtk-2");
     std::printf("\nmedian (min-max) of %d rounds; ratios are of medians: to the floor / to pinentry-gtk-2\n\n",
                 rounds);
+    const std::string after =
+        skip.count() > 0 ? " from " + std::to_string(static_cast<long long>(skip.count())) + " s on" : "";
     std::printf("| dialog | spawn -> mapped, ms | x floor | x pinentry | CPU to map, ms | x floor | CPU while "
-                "waiting %lld s, ms | X server CPU meanwhile, ms | peak RSS, MiB | x floor |\n",
-                static_cast<long long>(idle.count()));
+                "waiting %lld s%s, ms | X server CPU meanwhile, ms | peak RSS, MiB | x floor |\n",
+                static_cast<long long>(idle.count()), after.c_str());
     std::printf("|---|---|---|---|---|---|---|---|---|---|\n");
     for (const Contestant& contestant : contestants) {
         const Figures* figures = find(contestant.name);
@@ -442,9 +453,10 @@ std::string Load()
 int RunPeers(int argc, char** argv)
 {
     int rounds = 9;
-    std::chrono::seconds idle = 10s;
+    std::chrono::seconds idle = 10s, skip = 0s;
     std::set<std::string> only;
     bool check = false;
+    std::string baseline;
     for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
         const auto value = [&]() -> std::string {
@@ -456,10 +468,14 @@ int RunPeers(int argc, char** argv)
             rounds = std::stoi(value());
         } else if (option == "--idle") {
             idle = std::chrono::seconds(std::stoi(value()));
+        } else if (option == "--skip") {
+            skip = std::chrono::seconds(std::stoi(value()));
         } else if (option == "--only") {
             std::istringstream list(value());
             for (std::string name; std::getline(list, name, ',');)
                 only.insert(name);
+        } else if (option == "--baseline") {
+            baseline = value();
         } else if (option == "--check") {
             check = true;
         } else if (option == "--help" || option == "-h") {
@@ -469,8 +485,8 @@ int RunPeers(int argc, char** argv)
             throw std::invalid_argument("unknown option " + option);
         }
     }
-    if (rounds < 1 || idle.count() < 1)
-        throw std::invalid_argument("--runs and --idle need a whole number of at least 1");
+    if (rounds < 1 || idle.count() < 1 || skip.count() < 0)
+        throw std::invalid_argument("--runs and --idle need a whole number of at least 1, --skip of at least 0");
 
     testkit::XClient x;
     const std::string display = testkit::PrivateDisplay();
@@ -485,10 +501,19 @@ int RunPeers(int argc, char** argv)
     client::LaunchOptions launch;
     launch.environment = sandbox.Environment();
 
+    std::vector<Contestant> all = AllContestants(XVTUI_BINARY);
+    if (!baseline.empty()) {
+        // Our dialogs once more from another build, beside these in every round.
+        for (Contestant& contestant : AllContestants(baseline)) {
+            if (contestant.kind == Kind::Ours || contestant.kind == Kind::Delayed)
+                all.push_back(Contestant{contestant.name + "@baseline", Kind::Peer, contestant.program,
+                                         std::move(contestant.start)});
+        }
+    }
     std::vector<Contestant> contestants;
     std::vector<std::string> missing;
-    for (Contestant& contestant : AllContestants(XVTUI_BINARY)) {
-        if (!only.empty() && only.count(contestant.name) == 0)
+    for (Contestant& contestant : all) {
+        if (!only.empty() && only.count(contestant.name.substr(0, contestant.name.find('@'))) == 0)
             continue;
         if (access(contestant.program.c_str(), X_OK) != 0)
             missing.push_back(contestant.name + " (" + contestant.program + ")");
@@ -509,14 +534,14 @@ int RunPeers(int argc, char** argv)
     std::map<std::string, Figures> results;
     for (int round = 0; round <= rounds; ++round) {
         for (const Contestant& contestant : contestants) {
-            const Sample sample = Measure(contestant, launch, x, server, idle);
+            const Sample sample = Measure(contestant, launch, x, server, idle, skip);
             if (round > 0) // round 0 warms the page cache up
                 results[contestant.name].Add(sample);
         }
         std::fprintf(stderr, "round %d of %d done, load %s\n", round, rounds, Load().c_str());
     }
     std::printf("  load     %s at end\n", Load().c_str());
-    PrintReport(contestants, results, rounds, idle);
+    PrintReport(contestants, results, rounds, idle, skip);
     const bool allMet = PrintGoals(contestants, results);
     PrintWarningsCost(4096, 1000);
     return check && !allMet ? 1 : 0;
