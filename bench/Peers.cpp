@@ -1,6 +1,7 @@
 // Peers.cpp: the helper's dialogs beside the floor and the peers, in one run.
 #include "bench/Peers.h"
 
+#include "bench/Options.h"
 #include "bench/ProcessFigures.h"
 #include "bench/Stats.h"
 #include "bench/Warnings.h"
@@ -457,19 +458,14 @@ int RunPeers(int argc, char** argv)
     std::set<std::string> only;
     bool check = false;
     std::string baseline;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        const auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                throw std::invalid_argument(option + " needs a value");
-            return argv[++i];
-        };
+    bool help = false;
+    ForEachOption(argc, argv, [&](const std::string& option, const std::function<std::string()>& value) {
         if (option == "--runs") {
-            rounds = std::stoi(value());
+            rounds = ParseCount(option, value(), 1);
         } else if (option == "--idle") {
-            idle = std::chrono::seconds(std::stoi(value()));
+            idle = std::chrono::seconds(ParseCount(option, value(), 1));
         } else if (option == "--skip") {
-            skip = std::chrono::seconds(std::stoi(value()));
+            skip = std::chrono::seconds(ParseCount(option, value(), 0));
         } else if (option == "--only") {
             std::istringstream list(value());
             for (std::string name; std::getline(list, name, ',');)
@@ -479,14 +475,15 @@ int RunPeers(int argc, char** argv)
         } else if (option == "--check") {
             check = true;
         } else if (option == "--help" || option == "-h") {
-            std::printf("%s", kUsage);
-            return 0;
+            help = true;
         } else {
             throw std::invalid_argument("unknown option " + option);
         }
+    });
+    if (help) {
+        std::printf("%s", kUsage);
+        return 0;
     }
-    if (rounds < 1 || idle.count() < 1 || skip.count() < 0)
-        throw std::invalid_argument("--runs and --idle need a whole number of at least 1, --skip of at least 0");
 
     testkit::XClient x;
     const std::string display = testkit::PrivateDisplay();

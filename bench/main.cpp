@@ -6,6 +6,7 @@
 // top-level with its _NET_WM_PID) and presses the answering key through
 // XTest. Nothing sleeps for a fixed time: every wait is on an X event or on
 // the process. See README.md in this folder for the figures and goals.
+#include "bench/Options.h"
 #include "bench/Peers.h"
 #include "bench/ProcessFigures.h"
 #include "bench/Probes.h"
@@ -88,31 +89,11 @@ struct Options {
     bool Wants(const std::string& scenario) const { return only.empty() || only.count(scenario) != 0; }
 };
 
-int ParseCount(const std::string& option, const std::string& text, int minimum)
-{
-    std::size_t used = 0;
-    int value = 0;
-    try {
-        value = std::stoi(text, &used);
-    } catch (const std::exception&) {
-        used = 0;
-    }
-    if (used != text.size() || text.empty() || value < minimum || value > 100000)
-        throw std::invalid_argument(option + " needs a whole number of at least " + std::to_string(minimum));
-    return value;
-}
-
 Options ParseOptions(int argc, char** argv)
 {
     static const std::set<std::string> scenarios = {"start", "message", "pin", "gtk", "l10n"};
     Options options;
-    for (int i = 1; i < argc; ++i) {
-        const std::string option = argv[i];
-        const auto value = [&]() -> std::string {
-            if (i + 1 >= argc)
-                throw std::invalid_argument(option + " needs a value");
-            return argv[++i];
-        };
+    ForEachOption(argc, argv, [&](const std::string& option, const std::function<std::string()>& value) {
         if (option == "--runs") {
             options.runs = ParseCount(option, value(), 1);
         } else if (option == "--warmup") {
@@ -143,7 +124,7 @@ Options ParseOptions(int argc, char** argv)
         } else {
             throw std::invalid_argument("unknown option " + option);
         }
-    }
+    });
     return options;
 }
 
