@@ -1,7 +1,10 @@
 // The process frame seen from the parent: refused keywords, no display, and
 // the loss of the parent or of the reader of the answer. (The usage text is a
 // worked example of docs/protocol.md.)
+#include "client/ContainerRequest.h"
+#include "client/ReaderRequest.h"
 #include "common/Blackbox.h"
+#include "common/PasswordRequests.h"
 
 #include <gtest/gtest.h>
 
@@ -112,6 +115,34 @@ TEST(Frame, AReaderThatClosesTheAnswerPipeEndsTheDialog)
     EXPECT_LT(took, 2s);
     EXPECT_TRUE(answer.exited) << "killed by signal " << answer.termSignal;
     EXPECT_EQ(answer.exitStatus, 109);
+}
+
+// "<prefix>_time" 0 cancels at the first tick of the one-second timer, each
+// dialog with its own prefix (the message dialog's own rule is in its tests).
+// The PIN dialog reads no records, so its first tick comes after the window.
+TEST(Frame, ZeroTimeCancelsAtTheFirstTick)
+{
+    const struct {
+        const char* key;
+        Request request;
+        Millis atLeast;
+    } rows[] = {
+        {"passwd_time", PinRequest(KeyContainerArgs(), 3, 3), 300ms},
+        {"selcar_time", SelectReaderRequest("", {{{"A"}, {"D"}, "R"}}), 0ms},
+        {"choice_time", ContainerRequest({{"Key 1", kDefaultCodePage, "u-1", "one"}}), 0ms},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.key);
+        Sandbox sandbox;
+        sandbox.SetLocal(row.key, 0);
+        XClient x;
+        ShownDialog dialog(row.request, sandbox, x);
+        const auto took = RunsFor(dialog);
+        EXPECT_EQ(dialog.Finish().exitStatus, 110);
+        EXPECT_EQ(dialog.Output(), kCancelledOutput);
+        EXPECT_GE(took, row.atLeast);
+        EXPECT_LT(took, 3s);
+    }
 }
 
 } // namespace

@@ -11,7 +11,6 @@ namespace {
 using namespace testkit;
 using namespace xvtui::client;
 
-
 const std::string kYes = "XVTUI_dont_show_warning=true", kNo = "XVTUI_dont_show_warning=false";
 
 // Expects `count` buttons in the bottom row: 0x02 asks for Cancel beside OK.

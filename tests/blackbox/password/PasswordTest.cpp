@@ -74,20 +74,6 @@ TEST(PasswordBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
     }
 }
 
-// "passwd_time" 0 cancels at the first tick of the one-second timer.
-TEST(PinBlackbox, ZeroTimeCancelsAfterAboutOneSecond)
-{
-    Sandbox sandbox;
-    sandbox.SetLocal("passwd_time", 0);
-    XClient x;
-    ShownDialog dialog(Pin(3, 3), sandbox, x);
-    const auto took = RunsFor(dialog);
-    EXPECT_EQ(dialog.Finish().exitStatus, 110);
-    EXPECT_EQ(dialog.Output(), kCancelledOutput);
-    EXPECT_GT(took, 300ms);
-    EXPECT_LT(took, 3s);
-}
-
 // Each key sets the time left back to "passwd_resume_time": "passwd_time" 2
 // alone ends at the third tick, a key a second keeps it open.
 TEST(PinBlackbox, TypingRestartsTheCountdownFromTheResumeTime)

@@ -15,7 +15,6 @@ using namespace testkit;
 using namespace xvtui::client;
 using xvtui::protocol::SelectAnswer;
 
-
 // A record of raw bytes: the friendly name as the provider's code page has it.
 VTUISelectItem_ Item(std::string_view friendly, std::string_view unique, std::string_view primary)
 {
@@ -77,20 +76,6 @@ TEST(SelectContainer, ShortInputStillShowsTheDialog)
     Sandbox sandbox;
     const Reply run = Drive(request, {Press("Down"), Press("Return")}, sandbox);
     EXPECT_EQ(run.output, Bytes(SelectAnswer(kTest1Utf8, "one")));
-}
-
-// The container dialog reads its own time-out: "choice_time" 0 cancels at
-// the first tick of the one-second timer.
-TEST(SelectContainer, ChoiceTimeZeroCancels)
-{
-    Sandbox sandbox;
-    sandbox.SetLocal("choice_time", 0);
-    XClient x;
-    ShownDialog dialog(ContainerRequest(1, {Item(kTest1, "u-1", "one")}), sandbox, x);
-    const auto took = RunsFor(dialog);
-    EXPECT_EQ(dialog.Finish().exitStatus, 110);
-    EXPECT_EQ(dialog.Output(), kCancelledOutput);
-    EXPECT_LT(took, 3s);
 }
 
 } // namespace

@@ -13,8 +13,6 @@ namespace {
 
 using namespace testkit;
 using namespace xvtui::client;
-using Clock = std::chrono::steady_clock;
-
 
 const std::vector<ReaderItem> kThreeReaders = {
     {{"A", "B"}, {"DA", "DB"}, "R1"},
@@ -147,19 +145,6 @@ TEST(SelectReaderBlackbox, APromptIsShownAsGivenInEveryLocale)
     EXPECT_TRUE(english.prompt == russian.prompt);
     EXPECT_FALSE(english.buttons == russian.buttons) << "the Russian locale was not in effect";
     EXPECT_FALSE(english.prompt == builtIn.prompt);
-}
-
-// "selcar_time" 0 cancels at the first tick of the one-second timer.
-TEST(SelectReaderBlackbox, ZeroTimeCancels)
-{
-    Sandbox sandbox;
-    sandbox.SetLocal("selcar_time", 0);
-    XClient x;
-    ShownDialog dialog(SelectReaderRequest("", kThreeReaders), sandbox, x);
-    const auto took = RunsFor(dialog);
-    EXPECT_EQ(dialog.Finish().exitStatus, 110);
-    EXPECT_EQ(dialog.Output(), kCancelledOutput);
-    EXPECT_LT(took, 3s);
 }
 
 } // namespace
