@@ -39,6 +39,30 @@ TEST(Frame, UnknownKeywordsAreRefusedAndLogged)
     }
 }
 
+// Arguments a dialog refuses once GTK has started (the parsers' tables have
+// every rule): the bad-arguments code and the refusal in the log.
+TEST(Frame, DialogsRefuseBadArgumentsAndLogIt)
+{
+    const struct {
+        std::vector<std::string> arguments;
+        const char* logged;
+    } rows[] = {
+        {{"VTDisplayMessage", "2x", "text"}, "Bad args in MessageDialog constructor"},
+        {{"VTDisplayMessage", "2"}, "Bad args in MessageDialog constructor"},
+        {{"VTSelectReader"}, "Error in function: ParseArgs(...) : Can not create SelectReaderDialog\n"},
+    };
+    XClient x; // the private display
+    for (const auto& row : rows) {
+        SCOPED_TRACE(::testing::PrintToString(row.arguments));
+        Sandbox sandbox;
+        const RunResult run = xvtui::client::Run(RawRequest(row.arguments), HelperOptions(sandbox), kAnswerTimeout);
+        ASSERT_TRUE(run.exited);
+        EXPECT_EQ(run.output.view(), "ret=2147942487");
+        EXPECT_EQ(run.exitStatus, 87);
+        EXPECT_NE(sandbox.ReadLog().find(row.logged), std::string::npos) << sandbox.ReadLog();
+    }
+}
+
 TEST(Frame, WithoutADisplayTheAnswerIsCode1114)
 {
     for (const char* display : {static_cast<const char*>(nullptr), ""}) {

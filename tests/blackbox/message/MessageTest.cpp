@@ -56,27 +56,6 @@ TEST(Message, AnswersExactly)
     }
 }
 
-// A bad number and a missing text (the parser's table has the rest): the
-// refusal is logged and answered with the bad-arguments code.
-TEST(Message, BadArgumentsAreRefused)
-{
-    const std::vector<std::vector<std::string>> commandLines = {
-        {"VTDisplayMessage", "2x", "text"},
-        {"VTDisplayMessage", "2"},
-    };
-    XClient x; // the private display: the dialog's base starts GTK before it checks arguments
-    for (const auto& arguments : commandLines) {
-        SCOPED_TRACE(::testing::PrintToString(arguments));
-        Sandbox sandbox;
-        const RunResult run = xvtui::client::Run(RawRequest(arguments), HelperOptions(sandbox), kAnswerTimeout);
-        ASSERT_TRUE(run.exited);
-        EXPECT_EQ(run.output.view(), "ret=2147942487");
-        EXPECT_EQ(run.exitStatus, 87);
-        EXPECT_NE(sandbox.ReadLog().find("Bad args in MessageDialog constructor"), std::string::npos)
-            << sandbox.ReadLog();
-    }
-}
-
 // "message_time" closes the dialog by itself, local before global; 0 never.
 TEST(Message, TimeOutFromTheSettings)
 {

@@ -102,19 +102,6 @@ TEST(SelectReaderBlackbox, TheClientReadsReaderAndApplet)
     EXPECT_EQ(run.answer.fields[1].key + std::string(run.answer.fields[1].value.view()), "applet=F");
 }
 
-TEST(SelectReaderBlackbox, WithoutAPromptArgumentIsRefused)
-{
-    XClient x; // the dialog's base starts GTK before it reads its arguments
-    Sandbox sandbox;
-    const Answer answer = AskHelper(RawRequest({"VTSelectReader"}), sandbox);
-    EXPECT_EQ(answer.outcome, Outcome::Refused);
-    EXPECT_EQ(answer.code, ResultCode::BadArgs);
-    EXPECT_EQ(answer.exitStatus, 87);
-    EXPECT_NE(sandbox.ReadLog().find("Error in function: ParseArgs(...) : Can not create SelectReaderDialog\n"),
-              std::string::npos)
-        << sandbox.ReadLog();
-}
-
 // The prompt's bytes are shown as they came, whatever the locale: its pixels
 // are the same in English and Russian, while the buttons below change.
 TEST(SelectReaderBlackbox, APromptIsShownAsGivenInEveryLocale)
