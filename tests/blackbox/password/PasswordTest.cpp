@@ -54,8 +54,6 @@ TEST(PasswordBlackbox, TheAnswerIsExactlyWhatWasTypedAndTicked)
         {"texts not UTF-8", PinRequest(notUtf8, 3, 3), {Type("abc"), enter, Type("d"), enter},
          PinAnswer(false, false, "abcd")},
         {"input closed before the words", noWords, {Type("abc"), enter}, PinAnswer(false, false, "abc")},
-        {"PIN: Cancel clicked", Pin(7, 3), {Type("abcd"), cancel}, no},
-        {"PIN: window closed", Pin(7, 3), {Type("abcd"), Close()}, no},
         // The new password is written unchanged, whatever it holds.
         {"new: Cyrillic", fresh, {Fill({cyrillic, cyrillic})}, kKey + cyrillic},
         {"new: empty", fresh, {Fill({"", ""})}, kKey},

@@ -58,8 +58,6 @@ TEST(SelectContainer, AnswersTheChosenRecord)
          Bytes(SelectAnswer("", "c\xfe\x01"))},
         {"names filling their fields", 1, {Item(std::string(256, 'f'), std::string(512, 'u'), longPrimary)}, {ok},
          Bytes(SelectAnswer(std::string(255, 'f'), longPrimary.substr(0, 767)))},
-        {"Cancel", 2, two, {ClickButton(1)}, kCancelledOutput},
-        {"closing", 2, two, {Close()}, kCancelledOutput},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

@@ -81,7 +81,6 @@ TEST(SelectReaderBlackbox, AnswersTheChosenReaderAndApplet)
         {"keys: Shift+Tab leaves the list for Cancel", SelectReaderRequest("", kThreeReaders),
          {kToTheList, Keys({"Up", "ISO_Left_Tab", "Return"})}, no},
         {"Cancel", SelectReaderRequest("", kThreeReaders), {ClickReader(1), kCancel}, no},
-        {"closed", SelectReaderRequest("", kThreeReaders), {Close()}, no},
         // No readers: OK does nothing, Enter reaches the focused Cancel.
         {"no readers: Enter", Raw({}), {Press("Return")}, no},
     };
