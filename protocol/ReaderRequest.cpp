@@ -7,7 +7,8 @@
 namespace xvtui::protocol {
 namespace {
 
-enum Option : int { kName = 0, kApplet = 1, kDesc = 2 };
+// Past 1, which getopt returns for a word that is no option.
+enum Option : int { kName = 2, kApplet, kDesc };
 
 // Where the parse stands: which option may come next.
 enum State : int {
@@ -49,9 +50,15 @@ std::optional<ReaderRequest> ParseReaderRequest(int argc, char** argv)
     int option = 0;
     // After an error the parser is asked once more before the loop ends, as
     // the provider's helpers always did: only getopt's diagnostics see it.
-    while ((option = getopt_long_only(argc, argv, "", kLongOptions, nullptr)) != -1 && !error) {
+    // "-": words that are no options come back in their place as 1 and are
+    // skipped, so the parse is the same whether or not the environment asks
+    // getopt to stop at the first such word (POSIXLY_CORRECT): the keyword
+    // and the prompt come first.
+    while ((option = getopt_long_only(argc, argv, "-", kLongOptions, nullptr)) != -1 && !error) {
         const std::string value = optarg != nullptr ? optarg : "";
         switch (option) {
+        case 1: // a word that is no option
+            break;
         case kName:
             if (state != kAfterDesc && state != kStart) {
                 error = true;

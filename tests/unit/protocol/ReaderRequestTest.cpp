@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <string>
 #include <vector>
 
@@ -62,12 +63,19 @@ TEST(ReaderRequest, Grammar)
         {"a prompt with a dash is taken for an option", {"-prompt", "-name", "R", "-applet", "A"}, {}},
         {"no options", {""}, {}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const std::optional<ReaderRequest> request = Parse(c.args);
-        ASSERT_TRUE(request);
-        EXPECT_EQ(request->prompt, c.args[0]);
-        EXPECT_EQ(request->readers, c.readers);
+    // The same grammar when the environment asks getopt to stop at the
+    // first word that is no option (here the keyword itself).
+    for (const bool posixlyCorrect : {false, true}) {
+        if (posixlyCorrect)
+            setenv("POSIXLY_CORRECT", "1", 1);
+        for (const auto& c : cases) {
+            SCOPED_TRACE(std::string(c.what) + (posixlyCorrect ? ", POSIXLY_CORRECT" : ""));
+            const std::optional<ReaderRequest> request = Parse(c.args);
+            ASSERT_TRUE(request);
+            EXPECT_EQ(request->prompt, c.args[0]);
+            EXPECT_EQ(request->readers, c.readers);
+        }
+        unsetenv("POSIXLY_CORRECT");
     }
     EXPECT_FALSE(Parse({}));
 }
