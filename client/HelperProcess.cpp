@@ -221,10 +221,9 @@ HelperProcess::HelperProcess(const Request& request, const LaunchOptions& option
             ExecHelper(plan, in.read, out.write, err.write);
         const pid_t report = helper < 0 ? -errno : helper;
         [[maybe_unused]] const ssize_t ignored = write(pidPipe->write, &report, sizeof report);
-        close(in.read);
-        close(out.write);
-        close(err.write);
-        close(pidPipe->write);
+        // No end of the helper's pipes stays open here: closing its input
+        // must reach it as the end of the input, as without this parent.
+        close_range(3, ~0U, 0);
         if (helper > 0) {
             siginfo_t info;
             while (waitid(P_PID, static_cast<id_t>(helper), &info, WEXITED | WNOWAIT) < 0 &&

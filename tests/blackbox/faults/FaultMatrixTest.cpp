@@ -15,6 +15,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <functional>
+#include <optional>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -29,7 +30,7 @@ const std::string kCancelledText = "ret=2148532334", kLostText = "ret=109";
 
 // One dialog as the matrix drives it: its request, what a user does to answer
 // it and the exact answer, its total time-out setting, whether it reads
-// standard input before its window shows.
+// standard input before its window shows, whether it shows catalogue texts.
 struct Subject {
     const char* name;
     std::function<Request()> request;
@@ -37,6 +38,7 @@ struct Subject {
     std::string answerBytes;
     const char* timeKey;
     bool readsInput;
+    bool showsCatalogue;
 };
 
 std::string ContainerAnswer()
@@ -62,21 +64,29 @@ Act Fill(std::vector<std::string> fields)
     };
 }
 
+// The PIN request with a tries-left count, so its warning shows too.
+PasswordRequestArgs TriesLeft(PasswordRequestArgs args)
+{
+    args.triesLeft = "2";
+    return args;
+}
+
 const std::vector<Subject>& Subjects()
 {
+    // The message is the old-keys warning, with its catalogue check box.
     static const std::vector<Subject> subjects = {
-        {"message", [] { return MessageRequest(0, "Old keys were found."); }, {Press("Return")},
-         "XVTUI_dont_show_warning=false", "message_time", false},
-        {"PIN", [] { return PinRequest(KeyContainerArgs(), 7, 3); }, {Fill({"1234"})}, PinAnswer(true, false, "1234"),
-         "passwd_time", true},
+        {"message", [] { return MessageRequest(130, "Old keys were found."); }, {Press("Return")},
+         "XVTUI_dont_show_warning=true", "message_time", false, true},
+        {"PIN", [] { return PinRequest(TriesLeft(KeyContainerArgs()), 7, 3); }, {Fill({"1234"})},
+         PinAnswer(true, false, "1234"), "passwd_time", true, true},
         {"new password", [] { return NewPasswordRequest(KeyContainerArgs()); }, {Fill({"n3w", "n3w"})},
-         "XVTUI_passwd=n3w", "passwd_time", false},
+         "XVTUI_passwd=n3w", "passwd_time", false, true},
         {"password change", [] { return ChangePasswordRequest(KeyContainerArgs()); }, {Fill({"0ld", "n3w", "n3w"})},
-         "XVTUI_old_passwd=0ldXVTUI_passwd=n3w", "passwd_time", false},
+         "XVTUI_old_passwd=0ldXVTUI_passwd=n3w", "passwd_time", false, true},
         {"reader", [] { return RawRequest({"VTSelectReader", "", "-name", "R", "-applet", "A", "-desc", "D"}); },
-         {Press("Return")}, "name=R;applet=A", "selcar_time", false},
-        {"container", OneContainer, {Press("Down"), Press("Return")}, ContainerAnswer(), "choice_time", true},
-        {"random data", [] { return RandomRequest(); }, {}, "", "bio_time", true},
+         {Press("Return")}, "name=R;applet=A", "selcar_time", false, false},
+        {"container", OneContainer, {Press("Down"), Press("Return")}, ContainerAnswer(), "choice_time", true, true},
+        {"random data", [] { return RandomRequest(); }, {}, "", "bio_time", true, false},
     };
     return subjects;
 }
@@ -281,6 +291,44 @@ TEST(FaultMatrix, InputInPiecesAndLate)
         const Outcome outcome = started.Finish(Clock::now());
         EXPECT_EQ(outcome.output, s.answerBytes);
         EXPECT_EQ(outcome.exitStatus, 0);
+    }
+}
+
+// The parent killed, or the X server gone, while the window is shown.
+TEST(FaultMatrix, LossWhileShown)
+{
+    enum class Lost { Parent, Display };
+    const struct {
+        Lost lost;
+        const char* what;
+        std::string output;
+        int exitStatus;
+    } rows[] = {{Lost::Parent, "parent killed", kLostText, 109},
+                {Lost::Display, "X server killed", "ret=2148073504", 32}};
+    for (const Subject& s : Subjects()) {
+        for (const auto& row : rows) {
+            SCOPED_TRACE(std::string(s.name) + ", " + row.what);
+            Sandbox sandbox;
+            std::optional<XServer> own; // the test's own display lives on
+            if (row.lost == Lost::Display) {
+                own.emplace();
+                sandbox.SetEnv("DISPLAY", own->Display());
+            }
+            Started started(s, sandbox, row.lost == Lost::Parent);
+            {
+                XClient x(own ? own->Display() : std::string()); // closed before its server goes
+                ASSERT_NE(ShowWindow(x, started), kNoWindow);
+            }
+            const auto fault = Clock::now();
+            if (own)
+                own->Stop();
+            else
+                started.process->KillIntermediate();
+            const Outcome outcome = started.Finish(fault);
+            EXPECT_EQ(outcome.output, row.output);
+            EXPECT_EQ(outcome.exitStatus, row.exitStatus);
+            EXPECT_LT(outcome.took, 2s);
+        }
     }
 }
 

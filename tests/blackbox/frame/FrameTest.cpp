@@ -1,5 +1,6 @@
 // The process frame seen from the parent: refused keywords, no display, and
-// the loss of the parent or of the reader of the answer. (The usage text is a
+// the loss of the reader of the answer (the loss of the parent or of the X
+// server, for every dialog: tests/blackbox/faults). (The usage text is a
 // worked example of docs/protocol.md.)
 #include "client/ContainerRequest.h"
 #include "client/ReaderRequest.h"
@@ -9,13 +10,11 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <optional>
 
 namespace {
 
 using namespace testkit;
 using namespace xvtui::client;
-using Clock = std::chrono::steady_clock;
 
 // Keyword matching is exact; none of these needs a display, so the factory's
 // refusal must come before GTK is started.
@@ -78,49 +77,6 @@ TEST(Frame, WithoutADisplayTheAnswerIsCode1114)
         EXPECT_EQ(answer.exitStatus, 90);
         EXPECT_NE(sandbox.ReadLog().find("gtk_init_check failed"), std::string::npos);
     }
-}
-
-// The helper checks its parent once a second: killed after the first check,
-// the parent's loss is answered with "ret=109" (we still read) and status 109.
-TEST(Frame, LossOfTheParentEndsTheDialogWithBrokenPipe)
-{
-    Sandbox sandbox;
-    XClient x;
-    const auto started = Clock::now();
-    const Request request = MessageRequest(130, "The parent goes away");
-    ShownDialog dialog(request, sandbox, x, /*intermediateParent=*/true);
-    ASSERT_GT(dialog.Process().IntermediatePid(), 0);
-    const auto firstCheckDone = started + 1500ms - Clock::now();
-    ASSERT_FALSE(dialog.Process().WaitForExit(std::chrono::ceil<Millis>(firstCheckDone)));
-
-    dialog.Process().KillIntermediate();
-    const auto took = RunsFor(dialog);
-    const Answer answer = dialog.Finish();
-
-    EXPECT_LT(took, 2s);
-    EXPECT_EQ(dialog.Output(), "ret=109");
-    EXPECT_EQ(answer.outcome, Outcome::Refused);
-    EXPECT_TRUE(answer.exited);
-    EXPECT_EQ(answer.exitStatus, 109);
-    EXPECT_NE(sandbox.ReadLog().find("broken pipe"), std::string::npos);
-}
-
-// The session's X server goes away: the failure code, not the toolkit's bare exit 1.
-TEST(Frame, LossOfTheDisplayEndsTheDialogWithTheFailureCode)
-{
-    XServer server; // its own, so that the test process's display lives on
-    Sandbox sandbox;
-    sandbox.SetEnv("DISPLAY", server.Display());
-    std::optional<ShownDialog> dialog;
-    {
-        XClient x(server.Display()); // closed before its server goes
-        dialog.emplace(MessageRequest(2, "The display goes away"), sandbox, x);
-    }
-    server.Stop();
-    const Answer answer = dialog->Finish();
-    EXPECT_EQ(dialog->Output(), "ret=2148073504");
-    EXPECT_TRUE(answer.exited);
-    EXPECT_EQ(answer.exitStatus, 32);
 }
 
 // A parent that stops reading: the helper sees the error on its output,
