@@ -7,6 +7,7 @@
 #include "client/ReaderRequest.h"
 #include "common/Blackbox.h"
 #include "common/PasswordRequests.h"
+#include "common/UnitKit.h"
 #include "protocol/SelectItem.h"
 
 #include <gtest/gtest.h>
@@ -17,6 +18,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -156,6 +158,26 @@ XWindow ShowWindow(XClient& x, Started& started)
     if (window != kNoWindow)
         x.Focus(window);
     return window;
+}
+
+// Shows the subject's dialog, checks that it fits the screen (and is at
+// least `minWidth` wide), and ends it as a user does: with its answer, or
+// (random data, which answers with its status only) by closing the window.
+void ShowAndEnd(const Subject& s, const Sandbox& sandbox, std::optional<std::string> input = {}, int minWidth = 0)
+{
+    XClient x;
+    Started started(s, sandbox, false, std::move(input));
+    const XWindow window = ShowWindow(x, started);
+    ASSERT_NE(window, kNoWindow);
+    const Rect shown = x.Geometry(window);
+    EXPECT_LE(shown.width, 1024);
+    EXPECT_GE(shown.width, minWidth);
+    EXPECT_LE(shown.height, 768);
+    for (const Act& act : Answers(s) ? s.answer : std::vector<Act>{Close()})
+        act(x, window);
+    const Outcome outcome = started.Finish(Clock::now());
+    EXPECT_EQ(outcome.output, Answers(s) ? s.answerBytes : kCancelledText);
+    EXPECT_EQ(outcome.exitStatus, Answers(s) ? 0 : 110);
 }
 
 // A parent that stops reading, then: reads again (the answer arrives whole
@@ -328,6 +350,53 @@ TEST(FaultMatrix, LossWhileShown)
             EXPECT_EQ(outcome.output, row.output);
             EXPECT_EQ(outcome.exitStatus, row.exitStatus);
             EXPECT_LT(outcome.took, 2s);
+        }
+    }
+}
+
+// Bytes no dialog asks for, after what the dialog reads (for the dialogs
+// that read none: instead of nothing), the pipe kept open: the answer is
+// the one the request alone gives.
+TEST(FaultMatrix, InputGarbageAfterTheRequest)
+{
+    std::string garbage(4096, '\0');
+    for (size_t i = 0; i < garbage.size(); ++i)
+        garbage[i] = static_cast<char>(i * 167 + 13);
+    for (const Subject& s : Subjects()) {
+        SCOPED_TRACE(s.name);
+        Sandbox sandbox;
+        ShowAndEnd(s, sandbox, std::string(s.request().input.view()) + garbage);
+    }
+}
+
+// Settings files that cannot be read count as missing; binary garbage around
+// one good line leaves that line counting (a total time-out of 1 s).
+TEST(FaultMatrix, SettingsUnreadableOrGarbage)
+{
+    enum class Settings { Directory, Fifo, Garbage };
+    const std::string garbage("\x00\xff[\x01=\n\xfe\xfe=\x00\n\x7f\x80\x90 = 5\n", 19);
+    for (const Subject& s : Subjects()) {
+        for (Settings settings : {Settings::Directory, Settings::Fifo, Settings::Garbage}) {
+            SCOPED_TRACE(std::string(s.name) + ", settings " +
+                         (settings == Settings::Directory ? "a directory" : settings == Settings::Fifo ? "a FIFO" : "garbage"));
+            Sandbox sandbox;
+            if (settings == Settings::Directory) {
+                ASSERT_EQ(mkdir(sandbox.LocalConfig().c_str(), 0700), 0);
+            } else if (settings == Settings::Fifo) { // never opened for writing
+                ASSERT_EQ(mkfifo(sandbox.LocalConfig().c_str(), 0600), 0);
+            }
+            if (settings != Settings::Garbage) {
+                ShowAndEnd(s, sandbox);
+                continue;
+            }
+            sandbox.WriteFile("local.ini", garbage + "[KeyDevices]\n" + garbage + s.timeKey + " = 1\n" + garbage);
+            const auto from = Clock::now();
+            Started started(s, sandbox, false);
+            const Outcome outcome = started.Finish(from);
+            EXPECT_EQ(outcome.output, kCancelledText);
+            EXPECT_EQ(outcome.exitStatus, 110);
+            EXPECT_GE(outcome.took, 1s);
+            EXPECT_LT(outcome.took, 2500ms);
         }
     }
 }
