@@ -205,6 +205,10 @@ std::uint32_t BaseDialog::ShowDialog()
     callback::RethrowParked();
     if (m_window == nullptr)
         return m_result; // ended before it was shown
+    // The contents are shown first (the window not yet), so that the fit
+    // measures them all: a hidden widget asks for no room.
+    if (GtkWidget* contents = gtk_bin_get_child(GTK_BIN(m_window)))
+        gtk_widget_show_all(contents);
     textfit::FitTexts(m_window); // no text makes the window larger than the screen
     gtk_widget_show_all(m_window);
     if (m_okButton != nullptr) {

@@ -14,6 +14,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstring>
 #include <fcntl.h>
 #include <functional>
 #include <optional>
@@ -401,9 +402,55 @@ TEST(FaultMatrix, SettingsUnreadableOrGarbage)
     }
 }
 
+// Catalogue texts that are hostile printf formats or far too long, for every
+// text of every dialog that shows catalogue texts: a format the check refuses
+// gives way to the built-in text, the window fits the screen (a text cut to
+// fit still shows its beginning: the window takes a third of the screen's
+// width), and the answer is unchanged.
+TEST(FaultMatrix, HostileCatalogue)
+{
+    std::string words;
+    while (words.size() < 100 * 1024)
+        words += "word ";
+    const struct {
+        std::string text;
+        int minWidth;
+    } rows[] = {{"%s%s%n", 0}, {"%999999999d", 0}, {"%s %s %s", 0}, {"%d %s", 0}, {"%n", 0},
+                {std::string(100 * 1024, 'W'), 1024 / 3}, {words, 1024 / 3}};
+    const unsigned ids[] = {2003, 2020, 2025, 2027, 2096, 2098, 2099, 2118, 2141, 2142, 2143, 2144};
+    for (const auto& [text, minWidth] : rows) {
+        Sandbox sandbox;
+        std::string msg = "$quote \"\n$set 1\n";
+        for (unsigned id : ids)
+            msg += std::to_string(id) + " \"" + text + "\"\n";
+        ASSERT_TRUE(Gencat(sandbox.Path("libcsp.cat"), msg));
+        sandbox.SetEnv("TORVIK_CATALOG_DIR", sandbox.Dir());
+        for (const Subject& s : Subjects()) {
+            if (!s.showsCatalogue)
+                continue;
+            SCOPED_TRACE(std::string(s.name) + ", every text " + text.substr(0, 20));
+            ShowAndEnd(s, sandbox, {}, minWidth);
+        }
+    }
+}
+
 } // namespace
 
 namespace {
+
+VTUISelectItem_ FullRecord()
+{
+    VTUISelectItem_ record;
+    std::memset(&record, 'W', sizeof record);
+    return record;
+}
+
+// The chosen record's answer: each name cut to leave its zero.
+std::string FullRecordAnswer()
+{
+    const VTUISelectItem_ answer = xvtui::protocol::SelectAnswer(std::string(255, 'W'), std::string(767, 'W'));
+    return std::string(reinterpret_cast<const char*>(&answer), sizeof answer);
+}
 
 // Texts far beyond what a screen shows: the window stays within the screen
 // (under fatal warnings, so no 32767-pixel warning either) and answers with
@@ -424,6 +471,23 @@ TEST(FaultMatrix, HugeTexts)
         std::vector<Act> before = {}; // what the user does before the window is measured
     } rows[] = {
         {"message of 100 KB", MessageRequest(0, huge), {Press("Return")}, "XVTUI_dont_show_warning=false"},
+        {"new password with a 100 KB header", [&] {
+             PasswordRequestArgs args = KeyContainerArgs();
+             args.header = huge;
+             args.title = args.passwordTerm = words;
+             return NewPasswordRequest(args);
+         }(),
+         {Fill({"n3w", "n3w"})}, "XVTUI_passwd=n3w"},
+        {"password change with a 100 KB header", [&] {
+             PasswordRequestArgs args = KeyContainerArgs();
+             args.header = words;
+             args.carrierName = args.containerName = huge;
+             return ChangePasswordRequest(args);
+         }(),
+         {Fill({"0ld", "n3w", "n3w"})}, "XVTUI_old_passwd=0ldXVTUI_passwd=n3w"},
+        // Every field full, with no terminating zero: the record's size bounds each text.
+        {"container whose names fill their fields", ContainerRequest(1, {FullRecord()}),
+         {Press("Down"), Press("Return")}, FullRecordAnswer()},
         {"message of 20000 lines", MessageRequest(0, words), {Press("Return")}, "XVTUI_dont_show_warning=false"},
         {"PIN with a 100 KB header", [&] {
              PasswordRequestArgs args = KeyContainerArgs();
