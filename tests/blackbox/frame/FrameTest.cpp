@@ -1,7 +1,7 @@
-// The process frame seen from the parent: refused keywords, no display, and
-// the loss of the reader of the answer (the loss of the parent or of the X
-// server, for every dialog: tests/blackbox/faults). (The usage text is a
-// worked example of docs/protocol.md.)
+// The process frame seen from the parent: refused keywords and arguments, no
+// display, the zero time-out, and the loss of the reader of the answer; the
+// loss of the parent or of the X server is in the fault matrix
+// (tests/blackbox/faults), the usage text a worked example of docs/protocol.md.
 #include "client/ContainerRequest.h"
 #include "client/ReaderRequest.h"
 #include "common/Blackbox.h"
