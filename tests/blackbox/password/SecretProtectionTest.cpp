@@ -1,21 +1,25 @@
 // What the password dialogs do to keep a typed secret from other programs,
 // seen from outside the running helper: core files off and the process not
 // dumpable (so no process of the same user may read its memory or attach to
-// it), and key
-// events that another X client forged with XSendEvent ignored.
+// it), key events that another X client forged with XSendEvent ignored, and
+// every call into a shared library bound at load.
 #include "common/Blackbox.h"
 #include "common/PasswordRequests.h"
 
 #include <gtest/gtest.h>
 
+#include <link.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <cstring>
 #include <fcntl.h>
 #include <fstream>
 #include <initializer_list>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -98,6 +102,49 @@ bool Dumpable(pid_t pid)
     if (info.st_uid != HelperUser() && info.st_uid != 0)
         throw std::runtime_error("/proc entry of an unexpected owner " + std::to_string(info.st_uid));
     return info.st_uid == HelperUser();
+}
+
+// Whether the ELF file at `path` asks the loader to bind all its calls at
+// load (DT_BIND_NOW, DF_BIND_NOW or DF_1_NOW in its dynamic section).
+bool BindsAtLoad(const char* path)
+{
+    std::ifstream file(path, std::ios::binary);
+    const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    ElfW(Ehdr) header{};
+    if (bytes.size() < sizeof header || bytes.compare(0, SELFMAG, ELFMAG) != 0)
+        return false;
+    std::memcpy(&header, bytes.data(), sizeof header);
+    for (std::size_t i = 0; i < header.e_phnum; ++i) {
+        ElfW(Phdr) segment{};
+        const std::size_t at = header.e_phoff + i * sizeof segment;
+        if (at + sizeof segment > bytes.size())
+            return false;
+        std::memcpy(&segment, bytes.data() + at, sizeof segment);
+        if (segment.p_type != PT_DYNAMIC)
+            continue;
+        ElfW(Dyn) entry{};
+        const std::size_t end = std::min<std::size_t>(bytes.size(), segment.p_offset + segment.p_filesz);
+        for (std::size_t d = segment.p_offset; d + sizeof entry <= end; d += sizeof entry) {
+            std::memcpy(&entry, bytes.data() + d, sizeof entry);
+            if (entry.d_tag == DT_BIND_NOW || (entry.d_tag == DT_FLAGS && (entry.d_un.d_val & DF_BIND_NOW)) ||
+                (entry.d_tag == DT_FLAGS_1 && (entry.d_un.d_val & DF_1_NOW)))
+                return true;
+        }
+    }
+    return false;
+}
+
+// A call bound at its first use runs the loader's binder, which saves the
+// vector registers on the stack; after a secret was copied they still hold
+// pieces of it, and the binder's dead frame would keep them.
+TEST(SecretProtection, OurBinariesBindEveryCallAtLoad)
+{
+    std::vector<const char*> files = {XVTUI_BINARY};
+#ifdef XVTUI_SUPPORT_LIBRARY
+    files.push_back(XVTUI_SUPPORT_LIBRARY);
+#endif
+    for (const char* path : files)
+        EXPECT_TRUE(BindsAtLoad(path)) << path;
 }
 
 // The probe itself: an ordinary process started the same way is dumpable.
