@@ -396,8 +396,10 @@ TEST(FaultMatrix, SettingsUnreadableOrGarbage)
             const Outcome outcome = started.Finish(from);
             EXPECT_EQ(outcome.output, kCancelledText);
             EXPECT_EQ(outcome.exitStatus, 110);
+            // Ends at the time-out's second tick, far before the default's
+            // 600 s; the bound leaves room for a sanitizer build's start.
             EXPECT_GE(outcome.took, 1s);
-            EXPECT_LT(outcome.took, 2500ms);
+            EXPECT_LT(outcome.took, 4s);
         }
     }
 }
