@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <iterator>
 #include <cerrno>
+#include <cstdlib>
 #include <poll.h>
 #include <stdexcept>
 
@@ -385,6 +386,12 @@ std::vector<Rect> XClient::BottomButtonRow(Window window)
     std::erase_if(row, [&](const Rect& r) { return lowest - centerY(r) > r.height / 2; });
     std::sort(row.begin(), row.end(), [](const Rect& a, const Rect& b) { return a.x < b.x; });
     return row;
+}
+
+Millis PaintQuiet()
+{
+    const char* wrapper = std::getenv("XVTUI_TEST_HELPER");
+    return wrapper != nullptr && *wrapper != '\0' ? Millis(2000) : Millis(150);
 }
 
 bool XClient::WaitForPaint(Window window, Millis timeout, Millis quiet)

@@ -21,6 +21,11 @@ inline constexpr XWindow kNoWindow = 0;
 
 using Millis = std::chrono::milliseconds;
 
+// How long a window must stay without damage to count as drawn. A helper
+// run under valgrind (XVTUI_TEST_HELPER names the wrapper) pauses for far
+// longer between an expose and its drawing.
+Millis PaintQuiet();
+
 // A rectangle in root-window coordinates.
 struct Rect {
     int x = 0, y = 0, width = 0, height = 0;
@@ -78,7 +83,7 @@ public:
 
     // Waits for damage to the window and then `quiet` without more; false
     // when `timeout` passes first.
-    bool WaitForPaint(XWindow window, Millis timeout, Millis quiet = Millis(150));
+    bool WaitForPaint(XWindow window, Millis timeout, Millis quiet = PaintQuiet());
     void Screenshot(XWindow window, const std::string& pngPath);
     // The pixel values of `area` of the window (window coordinates, cut to
     // the window), row by row: to compare what two windows show.
