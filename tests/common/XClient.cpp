@@ -391,7 +391,7 @@ std::vector<Rect> XClient::BottomButtonRow(Window window)
 Millis PaintQuiet()
 {
     const char* wrapper = std::getenv("XVTUI_TEST_HELPER");
-    return wrapper != nullptr && *wrapper != '\0' ? Millis(2000) : Millis(150);
+    return wrapper != nullptr && *wrapper != '\0' ? Millis(600) : Millis(150);
 }
 
 bool XClient::WaitForPaint(Window window, Millis timeout, Millis quiet)
