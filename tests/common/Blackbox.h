@@ -36,6 +36,14 @@ inline std::string HelperPath()
 inline const Millis kWindowTimeout = HelperWrapper() != nullptr ? Millis(120s) : Millis(15s);
 inline const Millis kAnswerTimeout = kWindowTimeout;
 
+// What a helper built with AddressSanitizer needs beyond a time bound that is
+// measured to its end: a slower start, and the leak check when it exits.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr Millis kExitSlack{1500};
+#else
+inline constexpr Millis kExitSlack{0};
+#endif
+
 inline xvtui::client::LaunchOptions HelperOptions(const Sandbox& sandbox, bool intermediateParent = false)
 {
     return {.helper = HelperPath(), .environment = sandbox.Environment(), .intermediateParent = intermediateParent};
