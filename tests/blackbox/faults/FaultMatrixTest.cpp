@@ -55,18 +55,6 @@ Request OneContainer()
     return ContainerRequest({ContainerRecord{"Key 1", kDefaultCodePage, "unique-1", "\\\\.\\FLASH\\one"}});
 }
 
-Act Fill(std::vector<std::string> fields)
-{
-    return [fields](XClient& x, XWindow) {
-        for (size_t i = 0; i < fields.size(); ++i) {
-            if (i > 0)
-                x.PressKey("Tab");
-            x.TypeText(fields[i]);
-        }
-        x.PressKey("Return");
-    };
-}
-
 // The PIN request with a tries-left count, so its warning shows too.
 PasswordRequestArgs TriesLeft(PasswordRequestArgs args)
 {
