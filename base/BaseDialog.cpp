@@ -18,7 +18,6 @@
 #include "protocol/Pipe.h"
 
 #include <X11/Xlib.h>
-#include <pango/pangocairo.h>
 
 LocalizedText BaseDialog::m_okTerm{"OK", CP1251_TEXT("ОК")};
 LocalizedText BaseDialog::m_cancelTerm{"Cancel", CP1251_TEXT("Отмена")};
@@ -88,10 +87,6 @@ BaseDialog::BaseDialog(DialogKind dialogKind, const std::string& timeKey, const 
                        const std::string& resumeTimeKey)
     : m_result(ResultCode::Failed)
 {
-    // The font machinery reads its configuration in a thread of its own from
-    // the moment its font map exists; started here, that reading overlaps the
-    // settings, the catalogue and the X connection instead of following them.
-    pango_cairo_font_map_get_default();
     m_timeLeft = GetTimeout(timeKey, 600);
     m_showTime = GetTimeout(showTimeKey, 60);
     m_resumeTime = GetTimeout(resumeTimeKey, 0);
@@ -147,6 +142,9 @@ void BaseDialog::CreateMainWindow()
         throw xvtui_exception(ResultCode::GtkInitFailed, "CreateMainWindow", "gtk_init_check failed");
     }
     XSetIOErrorHandler(cbOnDisplayLost);
+    // GTK's start makes no font map; its first widgets may, so the font
+    // configuration read since the constructor began must be there first.
+    m_fonts.Wait();
     // A dialog may wait ten minutes: its cursor stops blinking some seconds
     // after the last key, as on desktops that set a limit, instead of waking
     // the dialog and the X server for every blink until the time-out.

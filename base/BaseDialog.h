@@ -34,6 +34,7 @@
 
 #include <gtk/gtk.h>
 
+#include "base/FontPreload.h"
 #include "l10n/CSPLocalizer.h"
 #include "l10n/LocalizedText.h"
 #include "protocol/DialogKind.h"
@@ -97,6 +98,11 @@ public:
     void OnCancelClicked();
     bool OnDelete();
     void OnDestroy();
+
+private:
+    // First of all members: the font configuration is read while the rest of
+    // the dialog is made (base/FontPreload.h); CreateMainWindow waits for it.
+    FontPreload m_fonts;
 
 protected:
     // Localises m_okTerm, m_cancelTerm and m_titleTerm.

@@ -8,7 +8,7 @@ if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
 
 "$(dirname "$0")/apt-install.sh" \
     g++ cmake make pkg-config \
-    libgtk2.0-dev libx11-dev libxtst-dev libxdamage-dev \
+    libgtk2.0-dev libfontconfig-dev libx11-dev libxtst-dev libxdamage-dev \
     libgtest-dev googletest \
     xvfb xauth x11-utils fonts-dejavu-core \
     dbus at-spi2-core libatk-adaptor libgail-common libatspi2.0-dev \
