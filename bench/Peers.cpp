@@ -523,7 +523,11 @@ int RunPeers(int argc, char** argv)
 
     std::map<std::string, Figures> results;
     for (int round = 0; round <= rounds; ++round) {
-        for (const Contestant& contestant : contestants) {
+        // Each round starts one contestant further on, so that none is always
+        // the one that follows the previous round's last (whose teardown the
+        // X server may still be busy with).
+        for (std::size_t i = 0; i < contestants.size(); ++i) {
+            const Contestant& contestant = contestants[(i + static_cast<std::size_t>(round)) % contestants.size()];
             const Sample sample = Measure(contestant, launch, x, server, idle, skip);
             if (round > 0) // round 0 warms the page cache up
                 results[contestant.name].Add(sample);
