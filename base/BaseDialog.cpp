@@ -97,7 +97,8 @@ BaseDialog::BaseDialog(DialogKind dialogKind, const std::string& timeKey, const 
                       ? std::chrono::seconds::max()
                       : std::chrono::seconds(std::max<std::uint32_t>(m_timeLeft, 1));
     OriginalParent();
-    m_localizer = std::make_unique<CSPLocalizer>();
+    m_localizer = std::make_unique<CSPLocalizer>(); // sets the process's locale
+    m_fonts.Start();
     if (dialogKind == DialogKind::Message) {
         m_localizer->Localize(m_titleTerm);
         CreateMainWindow();

@@ -100,8 +100,9 @@ public:
     void OnDestroy();
 
 private:
-    // First of all members: the font configuration is read while the rest of
-    // the dialog is made (base/FontPreload.h); CreateMainWindow waits for it.
+    // The font configuration, read while the rest of the dialog is made
+    // (base/FontPreload.h): started once the locale is set, waited for by
+    // CreateMainWindow before the first widget.
     FontPreload m_fonts;
 
 protected:

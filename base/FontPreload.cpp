@@ -19,19 +19,26 @@ bool HasCacheDirectory(FcConfig* config)
 
 // What fontconfig's own start does, less the template directory's
 // descriptions. A configuration that fontconfig would have to mend (no file,
-// no cache directory) is left to fontconfig, which then warns once.
+// a file that does not parse, no cache directory) is left to fontconfig,
+// which then mends it as it always does.
 void LoadConfiguration()
 {
     FcConfig* config = FcConfigCreate();
     if (config == nullptr)
         return;
-    if (FcConfigParseAndLoad(config, nullptr, FcFalse) && HasCacheDirectory(config) && FcConfigBuildFonts(config))
+    // Only a file that exists is parsed, and then with complaints on: that
+    // is the parse that reports whether the file was understood.
+    FcChar8* file = FcConfigGetFilename(config, nullptr);
+    if (file != nullptr && FcConfigParseAndLoad(config, nullptr, FcTrue) && HasCacheDirectory(config) &&
+        FcConfigBuildFonts(config))
         FcConfigSetCurrent(config); // takes its own reference
+    FcStrFree(file);
     FcConfigDestroy(config);
 }
 
 // A font map exists once any text was measured in this process; its
-// configuration must not be replaced under it.
+// configuration must not be replaced under it. (The dialogs use fontconfig
+// only through Pango, so no other user can have started it.)
 bool FontsInUse()
 {
     return g_type_from_name("PangoFcFontMap") != 0;
@@ -39,9 +46,9 @@ bool FontsInUse()
 
 } // namespace
 
-FontPreload::FontPreload()
+void FontPreload::Start()
 {
-    if (FontsInUse())
+    if (m_started || FontsInUse())
         return;
     try {
         m_thread = std::thread(LoadConfiguration);

@@ -4,12 +4,14 @@
 // in a child process: fontconfig reads its configuration once per process.
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include <fontconfig/fontconfig.h>
 #include <pango/pangocairo.h>
 
 #include "base/FontPreload.h"
+#include "common/Sandbox.h"
 #include "common/UnitKit.h"
 
 namespace {
@@ -54,41 +56,63 @@ int DescriptionOnlyFiles()
     return count;
 }
 
+// What the preload leaves current, for a configuration file (nullptr: the
+// machine's own), against fontconfig's own start in the same environment.
+struct Outcome {
+    std::string own;
+    std::string preloaded;
+};
+
+Outcome Compare(const std::map<std::string, std::string>& env)
+{
+    return {testkit::RunInChild(env,
+                                [] {
+                                    FcInit();
+                                    return Choices();
+                                }),
+            testkit::RunInChild(env, [] {
+                FontPreload preload;
+                preload.Start();
+                if (!preload.Started())
+                    return std::string("not started");
+                preload.Wait();
+                return Choices() + "description-only files: " + std::to_string(DescriptionOnlyFiles());
+            })};
+}
+
 TEST(FontPreload, ChoosesWhatFontconfigsOwnStartChooses)
 {
-    const std::string own = testkit::RunInChild({}, [] {
-        FcInit();
-        return Choices();
-    });
-    const std::string preloaded = testkit::RunInChild({}, [] {
-        FontPreload preload;
-        if (!preload.Started())
-            return std::string("not started");
-        preload.Wait();
-        return Choices() + "description-only files: " + std::to_string(DescriptionOnlyFiles());
-    });
-    ASSERT_EQ(own.find("CHILD FAILED"), std::string::npos) << own;
-    EXPECT_EQ(preloaded, own + "description-only files: 0");
+    const Outcome outcome = Compare({});
+    ASSERT_EQ(outcome.own.find("CHILD FAILED"), std::string::npos) << outcome.own;
+    EXPECT_EQ(outcome.preloaded, outcome.own + "description-only files: 0");
 }
 
 TEST(FontPreload, LeavesABrokenConfigurationToFontconfig)
 {
-    // No configuration file: fontconfig's own start mends it with its
-    // built-in one, and a text still gets a font.
-    const std::string text = testkit::RunInChild({{"FONTCONFIG_FILE", "/nonexistent/fonts.conf"}}, [] {
-        FontPreload preload;
-        preload.Wait();
-        PangoFontMap* map = pango_cairo_font_map_get_default();
-        PangoContext* context = pango_font_map_create_context(map);
-        PangoLayout* layout = pango_layout_new(context);
-        pango_layout_set_text(layout, "OK", -1);
-        int width = 0;
-        pango_layout_get_pixel_size(layout, &width, nullptr);
-        g_object_unref(layout);
-        g_object_unref(context);
-        return std::string(preload.Started() ? "started, " : "not started, ") + (width > 0 ? "drawn" : "no width");
-    });
-    EXPECT_EQ(text, "started, drawn");
+    // fontconfig mends each of these with its built-in configuration; the
+    // preload must not install the half it could read.
+    const std::string fonts = "<dir>/usr/share/fonts</dir>";
+    const struct {
+        const char* what;
+        const char* file; // nullptr: a file that does not exist
+        std::string contents;
+    } cases[] = {
+        {"no file", nullptr, ""},
+        {"cut short after its cache directory", "cut.conf",
+         "<?xml version=\"1.0\"?>\n<fontconfig>" + fonts + "<cachedir>/var/cache/fontconfig</cachedir><match"},
+    };
+    testkit::Sandbox files;
+    for (const auto& c : cases) {
+        std::string path = files.Path("missing.conf");
+        if (c.file != nullptr) {
+            files.WriteFile(c.file, c.contents);
+            path = files.Path(c.file);
+        }
+        const Outcome outcome = Compare({{"FONTCONFIG_FILE", path}});
+        // Whatever fontconfig's own start makes of it, the dialogs get the same.
+        const std::size_t end = outcome.preloaded.rfind("description-only files: ");
+        EXPECT_EQ(outcome.preloaded.substr(0, end), outcome.own) << c.what;
+    }
 }
 
 TEST(FontPreload, NeverUnderAFontMapThatExists)
@@ -96,6 +120,7 @@ TEST(FontPreload, NeverUnderAFontMapThatExists)
     const std::string text = testkit::RunInChild({}, [] {
         pango_cairo_font_map_get_default();
         FontPreload preload;
+        preload.Start();
         return std::string(preload.Started() ? "started" : "not started");
     });
     EXPECT_EQ(text, "not started");
