@@ -144,7 +144,7 @@ void BaseDialog::CreateMainWindow()
     }
     XSetIOErrorHandler(cbOnDisplayLost);
     // GTK's start makes no font map; its first widgets may, so the font
-    // configuration read since the constructor began must be there first.
+    // configuration, read since the locale was set, must be there first.
     m_fonts.Wait();
     // A dialog may wait ten minutes: its cursor stops blinking some seconds
     // after the last key, as on desktops that set a limit, instead of waking
