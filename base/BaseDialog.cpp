@@ -154,6 +154,10 @@ void BaseDialog::CreateMainWindow()
     g_object_get(settings, "gtk-cursor-blink-timeout", &blinkSeconds, nullptr);
     if (blinkSeconds == G_MAXINT)
         gtk_settings_set_long_property(settings, "gtk-cursor-blink-timeout", kCursorBlinkSeconds, "xvtui");
+    // No widget of a dialog has a tooltip; with tooltips on, GTK+ 2 still
+    // builds its tooltip window, walking every visual of the screen, when the
+    // pointer first moves over the dialog.
+    g_object_set(settings, "gtk-enable-tooltips", FALSE, nullptr);
     m_window = gtk_window_new(GTK_WINDOW_TOPLEVEL);
     gtk_widget_set_name(m_window, "xvtui-window");
     gtk_widget_set_size_request(m_window, static_cast<gint>(m_windowWidth), static_cast<gint>(m_windowHeight));

@@ -125,6 +125,34 @@ TEST_F(BaseDialogGui, HiddenTicksLeaveTheWindowAlone)
     }
 }
 
+void cbOnButtonEntered(GtkButton*, gpointer data)
+{
+    *static_cast<bool*>(data) = true;
+}
+
+// No widget of a dialog has a tooltip; GTK+ 2 would still build its tooltip
+// window (walking every visual of the screen) when the pointer first moves
+// over the dialog.
+TEST_F(BaseDialogGui, PointerOverTheDialogBuildsNoTooltip)
+{
+    ProbeDialog dialog;
+    gtk_widget_show_all(dialog.Window());
+    GtkWidget* ok = FindNamed(dialog.Window(), "xvtui-ok");
+    bool entered = false;
+    g_signal_connect(ok, "enter", G_CALLBACK(cbOnButtonEntered), &entered);
+    while (!gtk_widget_get_mapped(ok) || ok->window == nullptr)
+        gtk_main_iteration();
+    gint x = 0, y = 0;
+    gdk_window_get_origin(ok->window, &x, &y);
+    GdkDisplay* display = gdk_display_get_default();
+    gdk_display_warp_pointer(display, gdk_display_get_default_screen(display), x + ok->allocation.x + 5,
+                             y + ok->allocation.y + 5);
+    while (!entered)
+        gtk_main_iteration();
+    Settle();
+    EXPECT_EQ(g_object_get_data(G_OBJECT(display), "gdk-display-current-tooltip"), nullptr);
+}
+
 TEST_F(BaseDialogGui, WaysToEnd)
 {
     const struct { const char* what; std::function<void(ProbeDialog&)> act; std::uint32_t result; } cases[] = {
