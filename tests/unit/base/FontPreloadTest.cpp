@@ -56,8 +56,8 @@ int DescriptionOnlyFiles()
     return count;
 }
 
-// What the preload leaves current, for a configuration file (nullptr: the
-// machine's own), against fontconfig's own start in the same environment.
+// The fonts fontconfig's own start chooses and those the preload's
+// configuration chooses, each in a child with `env` (FONTCONFIG_FILE, say).
 struct Outcome {
     std::string own;
     std::string preloaded;
@@ -91,7 +91,6 @@ TEST(FontPreload, LeavesABrokenConfigurationToFontconfig)
 {
     // fontconfig mends each of these with its built-in configuration; the
     // preload must not install the half it could read.
-    const std::string fonts = "<dir>/usr/share/fonts</dir>";
     const struct {
         const char* what;
         const char* file; // nullptr: a file that does not exist
@@ -99,7 +98,8 @@ TEST(FontPreload, LeavesABrokenConfigurationToFontconfig)
     } cases[] = {
         {"no file", nullptr, ""},
         {"cut short after its cache directory", "cut.conf",
-         "<?xml version=\"1.0\"?>\n<fontconfig>" + fonts + "<cachedir>/var/cache/fontconfig</cachedir><match"},
+         "<?xml version=\"1.0\"?>\n<fontconfig><dir>/usr/share/fonts</dir>"
+         "<cachedir>/var/cache/fontconfig</cachedir><match"},
     };
     testkit::Sandbox files;
     for (const auto& c : cases) {
